@@ -1,0 +1,16 @@
+# kvo_folder_tests(<folder> <sources...>): the one GoogleTest executable of a folder.
+if(KVO_TESTS)
+  enable_testing()
+  find_package(GTest REQUIRED)
+endif()
+
+function(kvo_folder_tests folder)
+  if(NOT KVO_TESTS)
+    return()
+  endif()
+  set(target ${folder}_tests)
+  add_executable(${target} ${ARGN})
+  target_link_libraries(${target} PRIVATE kvocore GTest::gtest GTest::gmock GTest::gtest_main)
+  add_test(NAME ${folder} COMMAND ${target} --gtest_brief=1)
+  set_tests_properties(${folder} PROPERTIES TIMEOUT 900)
+endfunction()
