@@ -5,7 +5,9 @@
 #include <cwchar>
 
 namespace {
-bool PlainInteger(TextView word, long long& value) { return ParseWholeLong(word, value); }
+bool PlainInteger(TextView word, long long& value) {
+    return ParseWholeLong(word, value);
+}
 std::atomic<CKeywordTable::IntegerEvaluator> g_evaluator{&PlainInteger};
 } // namespace
 

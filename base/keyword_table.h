@@ -29,8 +29,8 @@ public:
     static void SetIntegerEvaluator(IntegerEvaluator evaluator);
 
 private:
-    std::vector<const wchar_t*> m_words;   // declared order
-    std::vector<size_t> m_lengths;         // per declared entry
-    std::vector<int> m_byLength;           // declared indices sorted by length (stable)
-    std::vector<size_t> m_firstOfLength;   // index into m_byLength of the first entry of at least length n
+    std::vector<const wchar_t*> m_words; // declared order
+    std::vector<size_t> m_lengths;       // per declared entry
+    std::vector<int> m_byLength;         // declared indices sorted by length (stable)
+    std::vector<size_t> m_firstOfLength; // index into m_byLength of the first entry of at least length n
 };

@@ -90,7 +90,9 @@ int CompareNoCase(TextView a, TextView b) {
     return a.size() < b.size() ? -1 : 1;
 }
 
-bool EqualNoCase(TextView a, TextView b) { return a.size() == b.size() && CompareNoCase(a, b) == 0; }
+bool EqualNoCase(TextView a, TextView b) {
+    return a.size() == b.size() && CompareNoCase(a, b) == 0;
+}
 
 bool StartsWithNoCase(TextView text, TextView prefix) {
     return text.size() >= prefix.size() && CompareNoCase(text.substr(0, prefix.size()), prefix) == 0;

@@ -8,14 +8,14 @@ constexpr const wchar_t* kWords[] = {L"CONFIG", L"COPY", L"CLEAR", L"CONFIGURE",
 
 TEST(KeywordTable, AbbreviationPicksTheShortestThenTheEarliest) {
     CKeywordTable table(kWords);
-    EXPECT_EQ(table.Find(L"CONF"), 0);   // CONFIG is shorter than CONFIGURE
+    EXPECT_EQ(table.Find(L"CONF"), 0); // CONFIG is shorter than CONFIGURE
     EXPECT_EQ(table.Find(L"confi"), 0);
     EXPECT_EQ(table.Find(L"CONFIGU"), 3);
-    EXPECT_EQ(table.Find(L"co"), 1);     // COPY (4) before CONFIG (6)
-    EXPECT_EQ(table.Find(L"c"), 4);      // the one-letter entry itself
+    EXPECT_EQ(table.Find(L"co"), 1); // COPY (4) before CONFIG (6)
+    EXPECT_EQ(table.Find(L"c"), 4);  // the one-letter entry itself
     EXPECT_EQ(table.Find(L"cl"), 2);
     EXPECT_EQ(table.Find(L"x"), -1);
-    EXPECT_EQ(table.Find(L"CONFIGUREX"), -1);  // longer than any entry
+    EXPECT_EQ(table.Find(L"CONFIGUREX"), -1); // longer than any entry
     EXPECT_EQ(table.Find(L""), -1);
 }
 

@@ -26,7 +26,7 @@ TEST(MessageQueue, NonBlockingReceiveOnEmptyQueue) {
     SMessage m;
     m.code = 77;
     EXPECT_FALSE(queue.Receive(m, false));
-    EXPECT_EQ(m.code, 77u);  // untouched
+    EXPECT_EQ(m.code, 77u); // untouched
     EXPECT_FALSE(queue.ReceiveFor(m, 5));
 }
 
@@ -40,7 +40,7 @@ TEST(MessageQueue, CloseRefusesPostsWakesReceiverAndKeepsWaitingMessages) {
     ASSERT_NE(m.payload, nullptr);
     EXPECT_EQ(static_cast<STextPayload*>(m.payload.get())->text, L"kept");
     std::thread waiter([&] { EXPECT_FALSE(queue.Receive(m, true)); });
-    waiter.join();  // returns although nothing arrives
+    waiter.join(); // returns although nothing arrives
 }
 
 TEST(MessageQueue, BlockedReceiverWakesOnPost) {
@@ -61,10 +61,11 @@ TEST(Event, ManualResetLetsEveryWaiterPassUntilReset) {
     EXPECT_FALSE(event.WaitFor(1));
     std::atomic<int> passed{0};
     std::vector<std::thread> waiters;
-    for (int i = 0; i < 3; ++i) waiters.emplace_back([&] {
-        event.Wait();
-        ++passed;
-    });
+    for (int i = 0; i < 3; ++i)
+        waiters.emplace_back([&] {
+            event.Wait();
+            ++passed;
+        });
     event.Set();
     for (auto& t : waiters) t.join();
     EXPECT_EQ(passed, 3);

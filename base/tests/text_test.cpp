@@ -5,7 +5,7 @@
 #include "base/text.h"
 
 TEST(TextCase, NonAsciiLettersFoldBothWays) {
-    EXPECT_EQ(UpperCase(L"straße äöü ÿ"), L"STRAßE ÄÖÜ Ÿ");  // ß has no one-letter capital
+    EXPECT_EQ(UpperCase(L"straße äöü ÿ"), L"STRAßE ÄÖÜ Ÿ"); // ß has no one-letter capital
     EXPECT_EQ(LowerCase(L"ÄÖÜ ΣΩ ЖЯ"), L"äöü σω жя");
     EXPECT_TRUE(EqualNoCase(L"Größe", L"GRÖßE"));
     EXPECT_TRUE(EqualNoCase(L"жук", L"ЖУК"));
@@ -77,9 +77,12 @@ TEST(TextUtf8, RoundTripAndBadBytes) {
     const Text sample = L"aß€𝄞";
     EXPECT_EQ(ToUtf8(sample), "a\xC3\x9F\xE2\x82\xAC\xF0\x9D\x84\x9E");
     EXPECT_EQ(FromUtf8(ToUtf8(sample)), sample);
-    EXPECT_EQ(FromUtf8("a\xFF" "b"), L"a\xFFFD" L"b");
-    EXPECT_EQ(FromUtf8("\xE2\x82"), L"\xFFFD");  // cut in the middle of a character
-    EXPECT_EQ(FromUtf8("\xC0\xAF"), L"\xFFFD");  // overlong form of '/'
+    EXPECT_EQ(FromUtf8("a\xFF"
+                       "b"),
+              L"a\xFFFD"
+              L"b");
+    EXPECT_EQ(FromUtf8("\xE2\x82"), L"\xFFFD"); // cut in the middle of a character
+    EXPECT_EQ(FromUtf8("\xC0\xAF"), L"\xFFFD"); // overlong form of '/'
 }
 
 TEST(TextTrim, BlanksAndTabsOnly) {

@@ -1,0 +1,46 @@
+#include "shell/item_kind.h"
+
+#include <array>
+#include <atomic>
+
+namespace {
+constexpr int kKinds = 15;
+std::array<std::atomic<CItemKind*>, kKinds> g_kinds{};
+
+constexpr const wchar_t* kPrefixes[kKinds] = {L"",  L"",  L"T", L"F",   L"M",  L"V",    L"S", L"D",
+                                              L"G", L"W", L"I", L"DDE", L"IP", L"DCOM", L"N"};
+// ~name of an item whose kind is unknown to this build still says what it is.
+constexpr const wchar_t* kKeywords[kKinds] = {L"SOURCECODE", L"",        L"TABLE",   L"FILE",  L"MENU",
+                                              L"VALUE",      L"SPU",     L"DISPLAY", L"GRAPH", L"WAVE",
+                                              L"INSTANCE",   L"DDECONV", L"IP",      L"DCOM",  L""};
+} // namespace
+
+void CItemKindRegistry::Register(CItemKind* kind) {
+    if (kind && kind->Kind() >= 0 && kind->Kind() < kKinds) g_kinds[kind->Kind()] = kind;
+}
+
+void CItemKindRegistry::Unregister(int kind) {
+    if (kind >= 0 && kind < kKinds) g_kinds[kind] = nullptr;
+}
+
+CItemKind* CItemKindRegistry::Find(int kind) {
+    return kind >= 0 && kind < kKinds ? g_kinds[kind].load() : nullptr;
+}
+
+CItemKind* CItemKindRegistry::FindKeyword(TextView keyword) {
+    for (auto& slot : g_kinds) {
+        CItemKind* k = slot.load();
+        if (k && k->Keyword()[0] && EqualNoCase(k->Keyword(), keyword)) return k;
+    }
+    return nullptr;
+}
+
+const wchar_t* CItemKindRegistry::Prefix(int kind) {
+    if (CItemKind* k = Find(kind)) return k->Prefix();
+    return kind >= 0 && kind < kKinds ? kPrefixes[kind] : L"";
+}
+
+const wchar_t* CItemKindRegistry::Keyword(int kind) {
+    if (CItemKind* k = Find(kind)) return k->Keyword();
+    return kind >= 0 && kind < kKinds ? kKeywords[kind] : L"";
+}

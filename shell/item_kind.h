@@ -1,0 +1,129 @@
+// The item-kind registry. A shell holds items of every kind, but the kinds
+// live in higher layers (tables and files in items/, waves in signal/, ...).
+// Each layer registers one CItemKind object per kind at start-up, and the
+// shell reaches its items only through these operations. A build without a
+// layer simply has no such kind: NEW of it fails as an unsupported kind.
+#pragma once
+
+#include <vector>
+
+#include "base/message_queue.h"
+#include "base/text.h"
+#include "shell/words.h"
+
+class CShell;
+class CVariableMap;
+
+enum EItemKind : int {
+    KIND_SOURCECODE = 0,
+    KIND_TABLE = 2,
+    KIND_FILE = 3,
+    KIND_MENU = 4,
+    KIND_VALUE = 5,
+    KIND_SPU = 6,
+    KIND_DISPLAY = 7,
+    KIND_GRAPH = 8,
+    KIND_WAVE = 9,
+    KIND_INSTANCE = 10,
+    KIND_DDECONV = 11,
+    KIND_IP = 12,
+    KIND_DCOM = 13,
+    KIND_NUMBER = 14,
+};
+
+// The flags word of an item entry in a shell.
+enum : uint32_t {
+    ITEM_KIND_MASK = 0x3F,
+    ITEM_HANDED_BACK = 0x40, // handed to a caller by EXIT
+    ITEM_TEMPORARY = 0x80,   // deleted when its level is left
+    ITEM_LEVEL_SHIFT = 8,
+    ITEM_LEVEL_MASK = 0xFFFFF,        // 20 bits of call level
+    ITEM_PROTECTED = 0x10000000,      // protected by a later barrier item
+    ITEM_BARRIER = 0x20000000,        // made with NEW /U
+    ITEM_USER_PROTECTED = 0x40000000, // made with NEW /u
+};
+
+inline int ItemKindOf(uint32_t flags) {
+    return static_cast<int>(flags & ITEM_KIND_MASK);
+}
+inline unsigned ItemLevelOf(uint32_t flags) {
+    return (flags >> ITEM_LEVEL_SHIFT) & ITEM_LEVEL_MASK;
+}
+inline uint32_t WithItemLevel(uint32_t flags, unsigned level) {
+    return (flags & ~(ITEM_LEVEL_MASK << ITEM_LEVEL_SHIFT)) | ((level & ITEM_LEVEL_MASK) << ITEM_LEVEL_SHIFT);
+}
+
+// Operations of one item kind. Objects are opaque to the shell. Every
+// operation has a default that says "this kind cannot"; a kind overrides what
+// it has.
+class CItemKind {
+public:
+    CItemKind(int kind, const wchar_t* keyword, const wchar_t* prefix)
+        : m_kind(kind), m_keyword(keyword), m_prefix(prefix) {}
+    virtual ~CItemKind() = default;
+
+    int Kind() const { return m_kind; }
+    const wchar_t* Keyword() const { return m_keyword; }
+    const wchar_t* Prefix() const { return m_prefix; }
+
+    // NEW kind name args...: makes the object. Returns a code; 0 with `object` set on success.
+    virtual int Create(CShell&, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
+                       void*& /*object*/) {
+        return 157; // "not (yet) supported"
+    }
+    // Another share of an existing object (NEW /Z); false when the kind does not share.
+    virtual bool AddRef(void* /*object*/) { return false; }
+    // Drops the share held by a shell entry; the object may die.
+    virtual void Release(void* /*object*/) {}
+    // DELETE's per-kind check; 0 lets the entry go.
+    virtual int CheckDelete(CShell&, void* /*object*/, bool /*silent*/) { return 0; }
+    // SET item args...; 261 when the kind has no handler.
+    virtual int Set(CShell&, void* /*object*/, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
+                    Text& /*result*/) {
+        return 261;
+    }
+    // name[args]: the status text.
+    virtual int Status(CShell&, void* /*object*/, const std::vector<Text>& /*args*/, Text& out) {
+        out.clear();
+        return 0;
+    }
+    // ~name: the value text; the kind keyword unless the kind has a value.
+    virtual void ValueText(CShell&, void* /*object*/, Text& out) { out = m_keyword; }
+    // name[]: the size.
+    virtual long long Size(void* /*object*/) { return 0; }
+    // name := value and name[args] := value.
+    virtual int Assign(CShell&, void* /*object*/, TextView /*value*/) { return 174; }
+    virtual int AssignElement(CShell&, void* /*object*/, TextView /*args*/, TextView /*value*/) {
+        return 174;
+    }
+    // The member store of an instance; null for other kinds.
+    virtual CVariableMap* Members(void* /*object*/) { return nullptr; }
+    // A message that several items may claim (timers, SPU data): true when this one takes it.
+    virtual bool Claim(void* /*object*/, const SMessage&) { return false; }
+    // Told of a message whose source it is, before the message becomes a line.
+    virtual void Notify(CShell&, void* /*object*/, SMessage&) {}
+    // Items whose objects are made from a list of texts (the table of dropped files).
+    virtual void* FromLines(const std::vector<Text>& /*lines*/) { return nullptr; }
+    // The number object's text form (kind 14).
+    virtual bool NumberText(void* /*object*/, Text& /*out*/) { return false; }
+
+private:
+    int m_kind;
+    const wchar_t* m_keyword;
+    const wchar_t* m_prefix;
+};
+
+class CItemKindRegistry {
+public:
+    // The registry keeps the pointer; registering a kind again replaces it.
+    static void Register(CItemKind* kind);
+    static void Unregister(int kind);
+    static CItemKind* Find(int kind);
+    // By NEW's keyword, exact (ignoring case).
+    static CItemKind* FindKeyword(TextView keyword);
+    // The prefix of generated names; the fixed table of prefixes also for kinds
+    // that are not registered in this build.
+    static const wchar_t* Prefix(int kind);
+    // The keyword of a kind for messages and ~name; "SOURCECODE" for 0.
+    static const wchar_t* Keyword(int kind);
+};
