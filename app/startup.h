@@ -1,0 +1,25 @@
+// What every front end does before the environment starts: register the
+// kinds and commands of all layers, and set the start values.
+#pragma once
+
+#include "base/text.h"
+
+class CShellEnv;
+
+// Registers the item kinds, commands and runtime of every core layer; once per process.
+void RegisterCore();
+// The full path of the running executable.
+Text ExecutablePath();
+// BUILD, TEMPDIR, OSVER and ROOT from this process.
+void SetProcessStartValues(CShellEnv& env);
+// The program's own arguments are taken out by the caller; the rest is
+// joined for MASTERSHELL, words with blanks in double quotes (which start-up
+// turns into the language's quotes).
+Text JoinCommandLine(int argc, char** argv, int first);
+
+constexpr const wchar_t* kStartupFailed = L"Startup failed! Program terminated.";
+constexpr int kStartupFailedExit = 2;
+
+// The front ends.
+int RunHeadless(const Text& commandLine);
+int RunWindowed(int& argc, char** argv, const Text& commandLine);

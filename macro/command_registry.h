@@ -1,0 +1,36 @@
+// The built-in commands: one row and one function per command. Each folder
+// registers its rows at start-up; the compiler binds a line's first word to
+// a row once, and the dispatcher runs the row's function.
+#pragma once
+
+#include "base/keyword_table.h"
+#include "base/name_list.h"
+#include "shell/words.h"
+
+class CShell;
+
+// Every command has this one form: the words (options taken out when the row
+// asks for it), the options, the selector and the result text; it returns a
+// code of the error table.
+using CommandHandler = int (*)(CShell& shell, CWords& args, COptions& options, int selector, Text& result);
+
+struct CCommandRow {
+    const wchar_t* name = nullptr;
+    CommandHandler handler = nullptr;
+    bool m_bOptions = false;    // scan the words for options first
+    int minArgs = 0;            // fewer arguments (options not counted): code 2
+    int selector = 0;           // handed to the handler
+    const CKeywordTable* pKeywords = nullptr;  // the first argument must be one of these; its index is the selector
+    const wchar_t* resultVar = nullptr;        // success result from this variable ("RC": "0")
+    const wchar_t* failText = nullptr;         // result on failure
+};
+
+class CCommandRegistry {
+public:
+    // Rows live for the process (static tables); a name registered again replaces the row.
+    static void Register(const CCommandRow& row);
+    static void Register(const CCommandRow* rows, size_t count);
+    // Exact, case-insensitive; command names are never abbreviated.
+    static const CCommandRow* Find(TextView name);
+    static size_t Count();
+};

@@ -1,0 +1,31 @@
+// The macro compiler: the lines of one [MACRO] or [CLASS] section become a
+// CMacroCode whose control structure is resolved to line numbers and whose
+// text is cut into pieces ready for substitution.
+#pragma once
+
+#include <vector>
+
+#include "macro/code.h"
+
+struct SSourceLine {
+    Text text;       // already in the internal alphabet (ConvertSourceLine)
+    int number = 0;  // zero-based line number in the source file
+};
+
+struct SCompileOptions {
+    // Warnings only go to the log (instead of stopping the compilation) when
+    // IgnoreLoaderWarnings was defined or the source is a library file.
+    bool ignoreWarnings = false;
+};
+
+// `headerWords`: the words of the section header after the keyword: the
+// name, then the argument words ("arg" or "arg=default"); for a class the
+// name and the parent. Messages are appended to `log`, one per line.
+// The section's lines end at the first line that starts with '['.
+bool Compile(CMacroCode& code, const std::vector<Text>& headerWords, const std::vector<SSourceLine>& lines,
+             const SCompileOptions& options, std::vector<Text>& log);
+
+// Cuts one text (internal alphabet) into the pieces of a line, with the same
+// rules the compiler uses; the runtime uses it for lines made at run time
+// (RUN on an idle shell, INTERPRET). False with a message on failure.
+bool CompileLineText(TextView text, CCodeLine& line, Text& message);
