@@ -29,6 +29,9 @@ struct SMenuPayload : SPayload {
     std::vector<SMenuItem> items;
 };
 
+// The answers to the program check box of a failing statement.
+enum EProgramCheckAnswer : int { CHECK_IGNORE = 0, CHECK_RETRY = 1, CHECK_ABORT = 2 };
+
 class IMainWindow {
 public:
     virtual ~IMainWindow() = default;
@@ -37,4 +40,10 @@ public:
     virtual void PostLog(const Text& line, bool clear = false) = 0;
     // A shell's thread has ended (the process may be able to end now).
     virtual void PostShellEnded() = 0;
+    // The program check box; called on a shell's thread, which waits for the
+    // answer. Without a window the text goes to the log and the answer is Ignore.
+    virtual int ProgramCheck(const Text& text) {
+        PostLog(text);
+        return CHECK_IGNORE;
+    }
 };

@@ -427,6 +427,7 @@ bool CShell::MakeItemName(TextView name, Text& out, int kind) {
 CShell::ItemEntry* CShell::AddItem(TextView name, void* object, uint32_t flags) {
     std::lock_guard lock(m_env.Lock());
     ItemEntry* e = m_items.Add(name, object, flags);
+    if (flags & ITEM_TEMPORARY) ++m_temporaryItems;
     // The same object may stand under several names (shares); the first entry answers for it.
     if (object) m_itemByObject.emplace(object, e);
     return e;
@@ -446,8 +447,16 @@ void CShell::RemoveItem(ItemEntry* entry, bool release) {
                     break;
                 }
         }
+        if (entry->user & ITEM_TEMPORARY) --m_temporaryItems;
         m_items.Remove(entry);
     }
     if (release && object)
         if (CItemKind* k = CItemKindRegistry::Find(kind)) k->Release(object);
+}
+
+void CShell::SetItemFlags(ItemEntry* entry, uint32_t flags) {
+    std::lock_guard lock(m_env.Lock());
+    if ((entry->user ^ flags) & ITEM_TEMPORARY)
+        (flags & ITEM_TEMPORARY) ? ++m_temporaryItems : --m_temporaryItems;
+    entry->user = flags;
 }

@@ -89,6 +89,10 @@ public:
     ItemEntry* AddItem(TextView name, void* object, uint32_t flags);
     // Removes the entry; with `release` the kind drops the entry's share.
     void RemoveItem(ItemEntry* entry, bool release = true);
+    // Flags of an entry changed in place (temporary bit, level, protection).
+    void SetItemFlags(ItemEntry* entry, uint32_t flags);
+    // Entries that carry the temporary bit: the sweep after a line looks only when there are some.
+    size_t TemporaryItems() const { return m_temporaryItems; }
     CNameMap<void*>& Items() { return m_items; }
     const CNameMap<void*>& Items() const { return m_items; }
 
@@ -121,6 +125,7 @@ private:
     std::deque<Text> m_queue;
     CNameMap<void*> m_items;
     std::unordered_map<const void*, ItemEntry*> m_itemByObject;
+    size_t m_temporaryItems = 0;
     uint32_t m_nameCounters[16] = {};
     int m_keyPresses = 0;
     std::chrono::steady_clock::time_point m_keyDeadline;

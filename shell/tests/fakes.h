@@ -52,6 +52,7 @@ private:
 class CScriptRuntime : public IMacroRuntime {
 public:
     bool RunFrames(CShell& shell) override {
+        const bool hadFrames = shell.m_pFrame != nullptr;
         while (shell.m_pFrame) {
             const int state = shell.State();
             if (state == SHELL_RUNNING) {
@@ -66,6 +67,8 @@ public:
             }
             shell.Pump(false);
         }
+        // From here on a RUN reaches the idle shell directly.
+        if (hadFrames && shell.State() == SHELL_RUNNING) Record(L"idle");
         return shell.State() == SHELL_RUNNING;
     }
     void ExecuteText(CShell& shell, const Text& text) override {

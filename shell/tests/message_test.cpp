@@ -234,11 +234,11 @@ TEST_F(ShellThreads, RunToAnIdleShellRunsAtOnceToABusyShellBecomesALine) {
     ASSERT_EQ(s->Run(L"hello there"), 0);
     ASSERT_TRUE(m_runtime.WaitFor(3));
     ASSERT_EQ(s->Run(L"stop"), 0);
-    ASSERT_TRUE(m_runtime.WaitFor(4));
-    ASSERT_EQ(s->Run(L"after"), 0); // idle again: runs at once
     ASSERT_TRUE(m_runtime.WaitFor(5));
+    ASSERT_EQ(s->Run(L"after"), 0); // idle again: runs at once
+    ASSERT_TRUE(m_runtime.WaitFor(6));
     EXPECT_EQ(m_runtime.Log(), (std::vector<Text>{L"first", L"loop", L"#MSG=SHELL X00000001 RUN hello there",
-                                                  L"#MSG=SHELL X00000001 RUN stop", L"after"}));
+                                                  L"#MSG=SHELL X00000001 RUN stop", L"idle", L"after"}));
 }
 
 TEST_F(ShellThreads, MessagesArrivingWhileBusyStayInOrder) {
@@ -249,10 +249,10 @@ TEST_F(ShellThreads, MessagesArrivingWhileBusyStayInOrder) {
     s->Post(nullptr, MSG_RESTORE, 2);
     s->Run(L"stop");
     s->Resume();
-    ASSERT_TRUE(m_runtime.WaitFor(4));
+    ASSERT_TRUE(m_runtime.WaitFor(5));
     EXPECT_EQ(m_runtime.Log(),
               (std::vector<Text>{L"loop", L"#MSG=MAIN MAIN MINIMIZE 1", L"#MSG=MAIN MAIN RESTORE 2",
-                                 L"#MSG=SHELL X00000001 RUN stop"}));
+                                 L"#MSG=SHELL X00000001 RUN stop", L"idle"}));
 }
 
 TEST_F(ShellThreads, PollingOnAnEmptyQueueClearsMsgAndGoesOn) {

@@ -1,0 +1,3 @@
+#pragma once
+// MSG, ARG and the number conversions.
+void RegisterShellCommands();

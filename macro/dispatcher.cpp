@@ -1,0 +1,44 @@
+#include "macro/dispatcher.h"
+
+#include "macro/options.h"
+#include "shell/error_table.h"
+#include "shell/shell.h"
+
+int Dispatch(CShell& shell, const CCommandRow& row, CWords& words, Text& result, bool& effective) {
+    COptions options;
+    if (row.m_bOptions) ScanOptions(words, options);
+    int code;
+    result.clear();
+    if (static_cast<int>(words.size()) < row.minArgs) {
+        code = 2;
+    } else {
+        int selector = row.selector;
+        bool run = true;
+        code = 0;
+        if (row.pKeywords) {
+            const int index = words.empty() ? -1 : row.pKeywords->Find(words[0].text, true);
+            if (index < 0) {
+                code = 64;
+                run = false;
+            } else {
+                selector = index;
+                words.erase(words.begin());
+            }
+        }
+        if (run) code = row.handler(shell, words, options, selector, result);
+    }
+    effective = IsWarning(code);
+    if (code == 0) {
+        if (row.resultVar) {
+            if (TextView(row.resultVar) == L"RC")
+                result = L"0";
+            else
+                result = shell.GetVar(row.resultVar);
+        }
+    } else if (row.failText) {
+        result = row.failText;
+    } else if (row.resultVar) {
+        result = IntText(code);
+    }
+    return code;
+}

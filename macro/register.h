@@ -1,0 +1,3 @@
+#pragma once
+// The macro layer at start-up: its runtime and its commands.
+void RegisterMacroLayer();
