@@ -4,13 +4,12 @@
 #include <mutex>
 #include <unistd.h>
 
+#include "macro/register.h"
 #include "shell/shell_env.h"
 
 void RegisterCore() {
     static std::once_flag once;
-    std::call_once(once, [] {
-        // Each layer adds its registration here as it arrives.
-    });
+    std::call_once(once, [] { RegisterMacroLayer(); });
 }
 
 Text ExecutablePath() {

@@ -29,4 +29,6 @@ const CCommandRow* CCommandRegistry::Find(TextView name) {
     return e ? e->value : nullptr;
 }
 
-size_t CCommandRegistry::Count() { return Rows().Count(); }
+size_t CCommandRegistry::Count() {
+    return Rows().Count();
+}

@@ -17,12 +17,13 @@ using CommandHandler = int (*)(CShell& shell, CWords& args, COptions& options, i
 struct CCommandRow {
     const wchar_t* name = nullptr;
     CommandHandler handler = nullptr;
-    bool m_bOptions = false;    // scan the words for options first
-    int minArgs = 0;            // fewer arguments (options not counted): code 2
-    int selector = 0;           // handed to the handler
-    const CKeywordTable* pKeywords = nullptr;  // the first argument must be one of these; its index is the selector
-    const wchar_t* resultVar = nullptr;        // success result from this variable ("RC": "0")
-    const wchar_t* failText = nullptr;         // result on failure
+    bool m_bOptions = false; // scan the words for options first
+    int minArgs = 0;         // fewer arguments (options not counted): code 2
+    int selector = 0;        // handed to the handler
+    const CKeywordTable* pKeywords =
+        nullptr;                        // the first argument must be one of these; its index is the selector
+    const wchar_t* resultVar = nullptr; // success result from this variable ("RC": "0")
+    const wchar_t* failText = nullptr;  // result on failure
 };
 
 class CCommandRegistry {

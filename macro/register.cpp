@@ -1,9 +1,21 @@
 #include "macro/register.h"
 
+#include "base/keyword_table.h"
+#include "expr/numeric_args.h"
 #include "macro/commands_shell.h"
+#include "macro/commands_text.h"
 #include "macro/execution.h"
 
+namespace {
+// A number that stands for a keyword is an integer expression like any other.
+bool KeywordNumber(TextView word, long long& value) {
+    return EvalInteger(word, value);
+}
+} // namespace
+
 void RegisterMacroLayer() {
+    CKeywordTable::SetIntegerEvaluator(&KeywordNumber);
     CMacroRuntime::Install();
     RegisterShellCommands();
+    RegisterTextCommands();
 }

@@ -6,7 +6,7 @@
 
 namespace {
 
-// Generated from the design's list, never typed: the texts keep the design's
+// Generated from the language's list, never typed: the texts keep the language's
 // repetitions, spellings and inner quotes exactly (27, 91, 265 ...). One
 // entry a line, so that a text can be found by grep.
 // clang-format off
@@ -514,11 +514,11 @@ static constexpr int kWarningCodes[] = {
     438, 439, 440, 441, 442, 443, 444, 445, 446, 458, 460, 462, 468, 470, 472, 474, 476, 478, 480, 482, 484,
 };
 
-// Error and its silent twin. Kept as the design has it, quirks included: a
+// Error and its silent twin. Kept as the language has it, quirks included: a
 // few twins word their message differently (197/310, 275/314, 276/315,
 // 284-286/307-309), 347 is the twin of 346 yet not marked (w), and 392 is
 // itself a warning. Pairs the system-error table uses on its own (471/472,
-// 38's 50/445 ...) are not twins here, because the design does not list them.
+// 38's 50/445 ...) are not twins here, because the twin table does not list them.
 struct TwinPair {
     int error;
     int twin;
@@ -581,7 +581,7 @@ static constexpr SystemErrorRow kSystemErrors[] = {
 // Deliberately unmapped, so the caller's own code stands: ENOMEM and ENOBUFS
 // (out of memory, Windows 8/14 are not in the table), EMFILE/ENFILE (4),
 // EXDEV (17), ENOTEMPTY (145), EFBIG (223), EBADF, EINTR, ESTALE. EOPNOTSUPP
-// is Windows 50, but the design's row for 50 speaks of UNC names, a network
+// is Windows 50, but the table's row for 50 speaks of UNC names, a network
 // lookup Linux does not have; its text would mislead about a local file
 // system. End of file (Windows 38) has no errno; readers report it with
 // their own code.
@@ -622,7 +622,7 @@ constexpr std::array<int, kErrorCount> MakeTwinIndex() {
 }
 static constexpr std::array<int, kErrorCount> kTwinOf = MakeTwinIndex();
 
-// The table must stay exactly the design's: 485 texts after an empty entry 0,
+// The table must stay exactly the language's: 485 texts after an empty entry 0,
 // 105 marked codes, each twin pair inside the table.
 constexpr bool TextsComplete() {
     if (!kErrorTexts[0].empty()) return false;

@@ -1,6 +1,6 @@
 // The return codes of the language: one table of messages shared by the whole
 // program, the warning set, the silent twins, and the mapping of file-system
-// failures onto codes (design Part 1.4).
+// failures onto codes.
 #pragma once
 
 #include "base/text.h"
@@ -13,16 +13,16 @@ constexpr int kErrorCount = 486;
 const Text& ErrorText(int code);
 void ErrorText(int code, Text& out);
 
-// True for 0 and the codes marked (w) in the design (15 among them). Codes
+// True for 0 and the codes marked (w) in the table (15 among them). Codes
 // outside the table are errors.
 bool IsWarning(int code);
 bool IsError(int code);
 
 // The warning twin a command reports under its silent option, or `fallback`
-// when the code has none in the design's twin table.
+// when the code has none in the twin table.
 int SilentTwin(int code, int fallback);
 
-// A Windows system error number (the design's table speaks in those) to a
+// A Windows system error number (the table speaks in those) to a
 // code, in its silent form if `silent`; unlisted numbers give `fallback`.
 int MapSystemError(unsigned long systemError, bool silent, int fallback);
 

@@ -58,6 +58,11 @@ void CShell::ThreadMain() {
             if (State() == SHELL_WAITING || State() == SHELL_POLLING) WaitMessage();
             continue;
         }
+        {
+            std::lock_guard lock(m_idleLock);
+            ++m_idleCount;
+        }
+        m_idleChanged.notify_all();
         SMessage message;
         const uint32_t code = NextMessage(true, message);
         if (code == MSG_EXIT || (code == 0 && m_messages.Closed())) {
@@ -75,6 +80,23 @@ void CShell::ThreadMain() {
     }
     m_env.ShellEnded();
     m_finished.Set();
+    { std::lock_guard lock(m_idleLock); }
+    m_idleChanged.notify_all();
+}
+
+uint64_t CShell::IdleCount() const {
+    std::lock_guard lock(m_idleLock);
+    return m_idleCount;
+}
+
+bool CShell::WaitIdleAfter(uint64_t count, int milliseconds) const {
+    std::unique_lock lock(m_idleLock);
+    auto moved = [&] { return m_idleCount > count || m_finished.IsSet(); };
+    if (milliseconds < 0) {
+        m_idleChanged.wait(lock, moved);
+        return true;
+    }
+    return m_idleChanged.wait_for(lock, std::chrono::milliseconds(milliseconds), moved);
 }
 
 bool CShell::Post(void* source, uint32_t code, intptr_t param, std::unique_ptr<SPayload> payload) {

@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <deque>
 #include <mutex>
 #include <unordered_map>
@@ -56,6 +57,11 @@ public:
     void SetState(int state) { m_state.store(state); }
     // Set when the thread has ended.
     const CEvent& Finished() const { return m_finished; }
+    // Counts the times the thread had nothing to run and began to wait for a
+    // message: a front end that sent a line waits for the count to move on.
+    uint64_t IdleCount() const;
+    // False on time-out (a negative time waits for ever).
+    bool WaitIdleAfter(uint64_t count, int milliseconds = -1) const;
 
     // Messages. Post is for every other thread; refused from state 3 on.
     bool Post(void* source, uint32_t code, intptr_t param = 0, std::unique_ptr<SPayload> payload = {});
@@ -117,6 +123,9 @@ private:
     bool m_threadAlive = false;
     CEvent m_finished;
     CEvent m_resume;
+    mutable std::mutex m_idleLock;
+    mutable std::condition_variable m_idleChanged;
+    uint64_t m_idleCount = 0;
     CShellEnv& m_env;
     const uint32_t m_id;
     const Text m_idText;

@@ -27,16 +27,16 @@ TEST(ErrorTableText, SampleEntriesWordForWord) {
         L"(e.g. if you chose an index length of 2, you can generate at most 100 segments with names ranging "
         L"from \"prefix.00\" to \"prefix.99\").");
     EXPECT_EQ(ErrorText(485), L"unsupported byte order mark");
-    // Repetitions of the design are kept as separate, equal entries.
+    // Repetitions in the table are kept as separate, equal entries.
     EXPECT_EQ(ErrorText(94), ErrorText(204));
     EXPECT_EQ(ErrorText(346), L"bad unload");
     EXPECT_EQ(ErrorText(347), L"bad unload");
 }
 
 // FNV-1a over entries 1..485, each followed by '\n', as computed from the
-// design's list by a script independent of this table. Any changed letter,
+// language's list of messages by a script independent of this table. Any changed letter,
 // lost quote or swapped entry shows here.
-TEST(ErrorTableText, WholeTableMatchesDesignDigest) {
+TEST(ErrorTableText, WholeTableMatchesDigest) {
     uint64_t hash = 0xcbf29ce484222325ull;
     size_t chars = 0;
     for (int code = 1; code < kErrorCount; ++code) {
@@ -71,7 +71,7 @@ TEST(ErrorTableText, OutParameterFormAgreesAndOverwrites) {
 }
 
 TEST(ErrorTableWarnings, SetHoldsExactlyTheMarkedCodes) {
-    // 105 entries carry (w) in the design (15 among them), plus code 0.
+    // 105 entries carry (w) in the table (15 among them), plus code 0.
     int warnings = 0;
     for (int code = 0; code < kErrorCount; ++code) {
         EXPECT_NE(IsWarning(code), IsError(code)) << code;
@@ -106,7 +106,7 @@ TEST(ErrorTableTwins, SpotPairsAndMisses) {
 }
 
 TEST(ErrorTableTwins, TwinsShareTextAndAreWarnings) {
-    // The design's own exceptions: six twins word the message differently,
+    // The table's own exceptions: six twins word the message differently,
     // 347 is not marked (w), and 392 is a warning with a warning twin.
     const std::set<int> otherWording = {310, 314, 315, 307, 308, 309};
     std::set<int> twins;
@@ -131,7 +131,7 @@ TEST(ErrorTableTwins, TwinsShareTextAndAreWarnings) {
     EXPECT_TRUE(IsError(347));
 }
 
-TEST(ErrorTableSystem, RowsOfTheDesign) {
+TEST(ErrorTableSystem, RowsOfTheTable) {
     struct Row {
         unsigned long system;
         int code, silent;

@@ -1,0 +1,442 @@
+// The commands that take words and texts apart: lengths, parts, cases, word
+// and token picking, keyword matching, quoting, trimming, character search,
+// spelled numbers, and READVAR/READSTR with their templates.
+#include "macro/commands_text.h"
+
+#include <algorithm>
+
+#include "base/keyword_table.h"
+#include "expr/numeric_args.h"
+#include "macro/command_registry.h"
+#include "macro/options.h"
+#include "shell/error_table.h"
+#include "shell/shell.h"
+
+namespace {
+
+// The language's quote inside a text: a value that holds it splits into the
+// same words as the line it came from.
+constexpr wchar_t kQuote = wchar_t(1);
+
+bool Silent(const COptions& options) {
+    return HasOption(options, L"Ss");
+}
+
+int Length(CShell&, CWords& args, COptions&, int, Text& result) {
+    result = IntText(args.empty() ? 0 : static_cast<long long>(args[0].text.size()));
+    return 0;
+}
+
+int LineLength(CShell&, CWords& args, COptions&, int, Text& result) {
+    result = IntText(static_cast<long long>(JoinWords(args).size()));
+    return 0;
+}
+
+int Substr(CShell&, CWords& args, COptions&, int, Text& result) {
+    if (args.empty()) return 2;
+    const Text& text = args[0].text;
+    long long start = 0;
+    long long count = -1;
+    if (args.size() > 1) {
+        if (!EvalInteger(args[1].text, start)) return 65;
+        if (start < 0) return 254;
+    }
+    if (args.size() > 2) {
+        if (!EvalInteger(args[2].text, count)) return 66;
+        if (count < 0) return 255;
+    }
+    if (start >= static_cast<long long>(text.size())) return 0;
+    const size_t rest = text.size() - static_cast<size_t>(start);
+    result = text.substr(static_cast<size_t>(start),
+                         count < 0 ? rest : std::min(rest, static_cast<size_t>(count)));
+    return 0;
+}
+
+enum { CASE_LOWER, CASE_UPPER, CASE_REVERSE };
+
+int ChangeCase(CShell&, CWords& args, COptions&, int selector, Text& result) {
+    if (args.empty()) return 0;
+    const Text& text = args[0].text;
+    if (selector == CASE_LOWER) {
+        result = LowerCase(text);
+    } else if (selector == CASE_UPPER) {
+        result = UpperCase(text);
+    } else {
+        result.assign(text.rbegin(), text.rend());
+    }
+    return 0;
+}
+
+int Keyword(CShell&, CWords& args, COptions& options, int, Text& result) {
+    int index = -1;
+    if (!args.empty()) {
+        const Text& text = args[0].text;
+        if (HasOption(options, L"Ff")) {
+            const bool exact = HasOption(options, L"Cc");
+            for (size_t i = 1; i < args.size() && index < 0; ++i)
+                if (exact ? args[i].text == text : EqualNoCase(args[i].text, text)) index = int(i - 1);
+        } else {
+            // The words as a keyword list: the shortest that begins with the text wins.
+            std::vector<const wchar_t*> words;
+            for (size_t i = 1; i < args.size(); ++i) words.push_back(args[i].text.c_str());
+            words.push_back(nullptr);
+            index = CKeywordTable(words.data()).Find(text);
+        }
+    }
+    result = IntText(index);
+    return 0;
+}
+
+// Cuts like strtok: a run of delimiters is one cut, and the ends give no empty token.
+std::vector<Text> Tokens(TextView text, TextView delimiters) {
+    std::vector<Text> tokens;
+    size_t p = 0;
+    while (p < text.size()) {
+        p = text.find_first_not_of(delimiters, p);
+        if (p == TextView::npos) break;
+        const size_t end = std::min(text.find_first_of(delimiters, p), text.size());
+        tokens.emplace_back(text.substr(p, end - p));
+        p = end;
+    }
+    return tokens;
+}
+
+enum { PICK_WORD, PICK_TOKEN };
+
+// WORD is forgiving: a bad number or index gives the empty result. TOKEN /S
+// tells them apart by code, for macros that loop until the index runs out.
+int PickWord(CShell&, CWords& args, COptions& options, int selector, Text& result) {
+    if (args.empty()) return 2;
+    const bool strict = selector == PICK_TOKEN && Silent(options);
+    long long n = 0;
+    if (!EvalInteger(args[0].text, n)) return strict ? 64 : 0;
+    const SOption* cut = selector == PICK_TOKEN ? FindOption(options, L"Dd") : nullptr;
+    if (cut) {
+        const std::vector<Text> tokens = Tokens(JoinWords(args, 1), cut->text);
+        if (n < 0 || n >= static_cast<long long>(tokens.size())) return strict ? 260 : 0;
+        result = tokens[static_cast<size_t>(n)];
+        return 0;
+    }
+    if (n < 0 || n >= static_cast<long long>(args.size()) - 1) return strict ? 260 : 0;
+    result = args[static_cast<size_t>(n) + 1].text;
+    return 0;
+}
+
+int Words(CShell&, CWords& args, COptions&, int, Text& result) {
+    result = IntText(static_cast<long long>(args.size()));
+    return 0;
+}
+
+// No words quote to an empty word; code 292 is not given for it.
+int Quote(CShell&, CWords& args, COptions& options, int, Text& result) {
+    if (HasOption(options, L"Rr")) {
+        result = JoinWords(args);
+        std::erase(result, kQuote);
+    } else if (HasOption(options, L"Ee")) {
+        for (size_t i = 0; i < args.size(); ++i) {
+            if (i) result += L' ';
+            result += kQuote;
+            result += args[i].text;
+            result += kQuote;
+        }
+    } else {
+        result = kQuote + JoinWords(args) + kQuote;
+    }
+    return 0;
+}
+
+int TrimWords(CShell& shell, CWords& args, COptions& options, int, Text& result) {
+    const bool silent = Silent(options);
+    const bool left = HasOption(options, L"Ll");
+    const bool right = HasOption(options, L"Tt");
+    if (!left && !right) return silent ? 393 : 392;
+    if (args.empty()) return silent ? 351 : 2;
+    // The set starts empty: /B and /C say what goes.
+    Text set;
+    if (HasOption(options, L"Bb")) set += L" \t\r\n";
+    for (const SOption& o : options)
+        if (o.letter == L'C' || o.letter == L'c') set += o.text;
+    const bool byName = HasOption(options, L"Vv");
+    for (size_t i = 0; i < args.size(); ++i) {
+        const Text text = byName ? shell.GetVar(args[i].text) : args[i].text;
+        size_t b = 0;
+        size_t e = text.size();
+        if (left)
+            while (b < e && set.find(text[b]) != Text::npos) ++b;
+        if (right)
+            while (e > b && set.find(text[e - 1]) != Text::npos) --e;
+        if (i) result += L' ';
+        result.append(text, b, e - b);
+    }
+    return 0;
+}
+
+int StrChr(CShell& shell, CWords& args, COptions& options, int, Text& result) {
+    const bool silent = Silent(options);
+    if (args.size() < 2) return silent ? 351 : 2;
+    const Text& set = args[0].text;
+    if (set.empty()) return silent ? 364 : 65;
+    const Text text = HasOption(options, L"Vv") ? shell.GetVar(args[1].text) : args[1].text;
+    const size_t at = HasOption(options, L"Rr") ? text.find_last_of(set) : text.find_first_of(set);
+    result = IntText(at == Text::npos ? -1 : static_cast<long long>(at));
+    return 0;
+}
+
+// "fourty" is the language's spelling; macros compare against it.
+static constexpr const wchar_t* kUnits[] = {L"zero",    L"one",     L"two",       L"three",    L"four",
+                                            L"five",    L"six",     L"seven",     L"eight",    L"nine",
+                                            L"ten",     L"eleven",  L"twelve",    L"thirteen", L"fourteen",
+                                            L"fifteen", L"sixteen", L"seventeen", L"eighteen", L"nineteen"};
+static constexpr const wchar_t* kTens[] = {L"",      L"",      L"twenty",  L"thirty", L"fourty",
+                                           L"fifty", L"sixty", L"seventy", L"eighty", L"ninety"};
+
+// Billions are the largest unit; "one thousand billions" would be the next.
+constexpr long long kLargestSpelled = 999999999999LL;
+
+Text Spell(long long n) {
+    if (n < 20) return kUnits[n];
+    if (n < 100) return n % 10 ? Text(kTens[n / 10]) + L'-' + kUnits[n % 10] : Text(kTens[n / 10]);
+    struct SScale {
+        long long size;
+        const wchar_t* one;
+        const wchar_t* many;
+    };
+    static constexpr SScale kScales[] = {{1000000000LL, L" billion", L" billions"},
+                                         {1000000LL, L" million", L" millions"},
+                                         {1000LL, L" thousand", L" thousand"},
+                                         {100LL, L" hundred", L" hundred"}};
+    for (const SScale& s : kScales) {
+        if (n < s.size) continue;
+        const long long head = n / s.size;
+        const long long rest = n % s.size;
+        Text out = Spell(head) + (head == 1 ? s.one : s.many);
+        if (rest) out += L' ' + Spell(rest);
+        return out;
+    }
+    return Text();
+}
+
+int SpellNumbers(CShell& shell, CWords& args, COptions& options, int, Text& result) {
+    const bool silent = Silent(options);
+    const bool byName = HasOption(options, L"Vv");
+    const bool skipSmall = HasOption(options, L"Tt");
+    const bool zeroIsNo = HasOption(options, L"Zz");
+    const bool withNumber = HasOption(options, L"Nn");
+    Text out;
+    bool any = false;
+    for (size_t i = 0; i < args.size(); ++i) {
+        const Text text = byName ? shell.GetVar(args[i].text) : args[i].text;
+        long long n = 0;
+        if (!EvalInteger(text, n)) return ArgumentError(static_cast<int>(i) + 1, silent);
+        if (n < 0 || n > kLargestSpelled) return silent ? 482 : 481;
+        if (skipSmall && n < 2) continue;
+        const Text words = n == 0 && zeroIsNo ? Text(L"no") : Spell(n);
+        if (any) out += L' ';
+        any = true;
+        out += withNumber ? IntText(n) + L" (" + words + L")" : words;
+    }
+    if (HasOption(options, L"Aa")) out += L' ';
+    result = std::move(out);
+    return 0;
+}
+
+// READVAR and READSTR: a source text cut by a template of variable names and
+// quoted literals.
+class CTemplateReader {
+public:
+    CTemplateReader(TextView text, bool keep, const wchar_t* escape) : m_keep(keep) {
+        m_cells.reserve(text.size());
+        for (size_t i = 0; i < text.size(); ++i) {
+            if (escape && text[i] == *escape && i + 1 < text.size()) {
+                m_cells.push_back({text[++i], true});
+            } else {
+                m_cells.push_back({text[i], false});
+            }
+        }
+    }
+
+    // The next word: blanks skipped, then up to a blank. A quoted word is one
+    // word whatever it holds, and its quotes go.
+    bool NextWord(Text& out) {
+        SkipBlanks();
+        if (m_pos >= m_cells.size()) return false;
+        if (IsQuote(m_pos)) {
+            const size_t end = ClosingQuote(m_pos);
+            out = Chars(m_pos + 1, end);
+            m_pos = std::min(end + 1, m_cells.size());
+            return true;
+        }
+        const size_t begin = m_pos;
+        while (m_pos < m_cells.size() && !IsBlank(m_pos) && !IsQuote(m_pos)) ++m_pos;
+        out = Chars(begin, m_pos);
+        return true;
+    }
+
+    // Everything up to the literal, which is passed over; the rest when it is not there.
+    bool UpTo(TextView literal, Text& out) {
+        if (!m_keep) SkipBlanks();
+        if (m_pos >= m_cells.size()) return false;
+        const size_t at = Find(literal);
+        const size_t end = at == Text::npos ? m_cells.size() : at;
+        out = Part(m_pos, end);
+        m_pos = at == Text::npos ? m_cells.size() : at + Literal(literal).size();
+        return true;
+    }
+
+    bool Rest(Text& out) {
+        if (!m_keep) SkipBlanks();
+        if (m_pos >= m_cells.size()) return false;
+        out = Part(m_pos, m_cells.size());
+        m_pos = m_cells.size();
+        return true;
+    }
+
+    // A literal with no variable in front of it: passed over where it is found.
+    void Skip(TextView literal) {
+        const size_t at = Find(literal);
+        if (at != Text::npos) m_pos = at + Literal(literal).size();
+    }
+
+private:
+    struct SCell {
+        wchar_t c;
+        bool fixed; // escaped: taken as it stands, never a blank, quote or separator
+    };
+
+    static TextView Literal(TextView literal) { return literal.empty() ? TextView(L" ") : literal; }
+    bool IsBlank(size_t i) const {
+        return !m_cells[i].fixed && (m_cells[i].c == L' ' || m_cells[i].c == L'\t');
+    }
+    bool IsQuote(size_t i) const { return !m_cells[i].fixed && m_cells[i].c == kQuote; }
+    void SkipBlanks() {
+        while (m_pos < m_cells.size() && IsBlank(m_pos)) ++m_pos;
+    }
+    // The quote that closes the one at `open`; the end when there is none.
+    size_t ClosingQuote(size_t open) const {
+        size_t i = open + 1;
+        while (i < m_cells.size() && !IsQuote(i)) ++i;
+        return i;
+    }
+    // A literal inside a quoted word is part of the word, not a separator.
+    size_t Find(TextView literal) const {
+        literal = Literal(literal);
+        for (size_t i = m_pos; i + literal.size() <= m_cells.size();) {
+            if (IsQuote(i)) {
+                i = ClosingQuote(i) + 1;
+                continue;
+            }
+            size_t k = 0;
+            while (k < literal.size() && !m_cells[i + k].fixed && m_cells[i + k].c == literal[k]) ++k;
+            if (k == literal.size()) return i;
+            ++i;
+        }
+        return Text::npos;
+    }
+    Text Chars(size_t begin, size_t end) const {
+        Text out;
+        out.reserve(end - begin);
+        for (size_t i = begin; i < end; ++i) out += m_cells[i].c;
+        return out;
+    }
+    // Trimmed unless the parts are kept as they stand; a part that is one
+    // quoted word loses its quotes.
+    Text Part(size_t begin, size_t end) const {
+        if (!m_keep) {
+            while (begin < end && IsBlank(begin)) ++begin;
+            while (end > begin && IsBlank(end - 1)) --end;
+        }
+        if (end - begin >= 2 && IsQuote(begin) && ClosingQuote(begin) == end - 1)
+            return Chars(begin + 1, end - 1);
+        return Chars(begin, end);
+    }
+
+    std::vector<SCell> m_cells;
+    size_t m_pos = 0;
+    bool m_keep;
+};
+
+enum { READ_VARIABLE, READ_STRING };
+
+int ReadText(CShell& shell, CWords& args, COptions& options, int selector, Text& /*result*/) {
+    if (args.size() < 2) return 2;
+    const Text source = selector == READ_VARIABLE ? shell.GetVar(args[0].text) : args[0].text;
+    const CWords pattern(args.begin() + 1, args.end());
+    auto isVariable = [](const SWord& w) { return w.kind != SWord::Quoted; };
+
+    if (HasOption(options, L"Dd"))
+        for (const SWord& w : pattern)
+            if (isVariable(w)) shell.SetVar(w.text, L"");
+
+    int count = 0;
+    if (HasOption(options, L"Nn")) {
+        const auto first = std::find_if(pattern.begin(), pattern.end(), isVariable);
+        if (first != pattern.end()) {
+            shell.SetVar(first->text, source);
+            count = 1;
+        }
+    } else {
+        const SOption* escape = FindOption(options, L"Ee");
+        const wchar_t* escapeChar = escape ? (escape->text.empty() ? L"`" : escape->text.c_str()) : nullptr;
+        CTemplateReader reader(source, HasOption(options, L"Tt"), escapeChar);
+        for (size_t i = 0; i < pattern.size(); ++i) {
+            const SWord& w = pattern[i];
+            if (!isVariable(w)) {
+                reader.Skip(w.text);
+                continue;
+            }
+            Text part;
+            bool got;
+            if (i + 1 == pattern.size()) {
+                got = reader.Rest(part);
+            } else if (!isVariable(pattern[i + 1])) {
+                got = reader.UpTo(pattern[++i].text, part);
+            } else {
+                got = reader.NextWord(part);
+            }
+            // A variable the text does not reach keeps its value: macro
+            // arguments that were not passed keep their defaults.
+            if (!got) continue;
+            shell.SetVar(w.text, part);
+            ++count;
+        }
+    }
+    shell.SetVar(L"#READ", IntText(count));
+    return 0;
+}
+
+static constexpr CCommandRow kTextCommands[] = {
+    {.name = L"LENGTH", .handler = Length},
+    {.name = L"LINELENGTH", .handler = LineLength, .m_bOptions = true},
+    {.name = L"SUBSTR", .handler = Substr, .minArgs = 1},
+    {.name = L"LOWER", .handler = ChangeCase, .minArgs = 1, .selector = CASE_LOWER},
+    {.name = L"UPPER", .handler = ChangeCase, .minArgs = 1, .selector = CASE_UPPER},
+    {.name = L"REVERSE", .handler = ChangeCase, .minArgs = 1, .selector = CASE_REVERSE},
+    {.name = L"KEYWORD", .handler = Keyword, .m_bOptions = true},
+    {.name = L"WORD", .handler = PickWord, .selector = PICK_WORD},
+    {.name = L"TOKEN", .handler = PickWord, .m_bOptions = true, .selector = PICK_TOKEN},
+    {.name = L"WORDS", .handler = Words},
+    {.name = L"QUOTE", .handler = Quote, .m_bOptions = true},
+    {.name = L"TRIM", .handler = TrimWords, .m_bOptions = true},
+    {.name = L"STRCHR", .handler = StrChr, .m_bOptions = true, .minArgs = 1},
+    {.name = L"SPELL", .handler = SpellNumbers, .m_bOptions = true, .minArgs = 1},
+    {.name = L"READVAR",
+     .handler = ReadText,
+     .m_bOptions = true,
+     .minArgs = 2,
+     .selector = READ_VARIABLE,
+     .resultVar = L"#READ",
+     .failText = L"0"},
+    {.name = L"READSTR",
+     .handler = ReadText,
+     .m_bOptions = true,
+     .minArgs = 2,
+     .selector = READ_STRING,
+     .resultVar = L"#READ",
+     .failText = L"0"},
+};
+
+} // namespace
+
+void RegisterTextCommands() {
+    CCommandRegistry::Register(kTextCommands, std::size(kTextCommands));
+}

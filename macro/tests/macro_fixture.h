@@ -1,0 +1,120 @@
+// A whole shell that runs macro text: sections "[MACRO name args]" are
+// compiled into the environment, a line is sent to a shell, and the test
+// reads what the macros left in variables and in the log.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <mutex>
+#include <sstream>
+
+#include "macro/compiler.h"
+#include "macro/register.h"
+#include "shell/main_window.h"
+#include "shell/shell.h"
+#include "shell/shell_env.h"
+
+class CTestWindow : public IMainWindow {
+public:
+    void PostOrder(int, std::unique_ptr<SPayload>) override {}
+    void PostLog(const Text& line, bool) override {
+        std::lock_guard lock(m_mutex);
+        m_lines.push_back(line);
+    }
+    void PostShellEnded() override {}
+    int ProgramCheck(const Text& text) override {
+        std::lock_guard lock(m_mutex);
+        m_checks.push_back(text);
+        return CHECK_IGNORE;
+    }
+    std::vector<Text> Lines() {
+        std::lock_guard lock(m_mutex);
+        return m_lines;
+    }
+    std::vector<Text> Checks() {
+        std::lock_guard lock(m_mutex);
+        return m_checks;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<Text> m_lines;
+    std::vector<Text> m_checks;
+};
+
+class MacroTest : public ::testing::Test {
+protected:
+    void SetUp() override { RegisterMacroLayer(); }
+    void TearDown() override { delete m_env; }
+
+    // Compiles every section of `source`; the messages of the compiler go to m_compileLog.
+    bool Load(const Text& source, bool ignoreWarnings = true) {
+        std::wistringstream in(source);
+        Text raw;
+        std::vector<std::pair<std::vector<Text>, std::vector<SSourceLine>>> sections;
+        int number = 0;
+        while (std::getline(in, raw)) {
+            const Text line = ConvertSourceLine(raw);
+            if (!raw.empty() && raw[0] == L'[') {
+                Text header = ConvertSourceLine(raw.substr(1, raw.find(L']') - 1), true);
+                std::wistringstream words(header);
+                std::vector<Text> headerWords;
+                Text w;
+                words >> w; // MACRO
+                while (words >> w) headerWords.push_back(w);
+                sections.push_back({headerWords, {}});
+            } else if (!sections.empty()) {
+                sections.back().second.push_back({line, number});
+            }
+            ++number;
+        }
+        bool ok = true;
+        for (auto& [header, lines] : sections) {
+            auto* code = new CMacroCode;
+            SCompileOptions options;
+            options.ignoreWarnings = ignoreWarnings;
+            if (!Compile(*code, header, lines, options, m_compileLog)) {
+                delete code;
+                ok = false;
+                continue;
+            }
+            std::lock_guard lock(m_env->Lock());
+            m_env->Macros().Add(UpperCase(header[0]), code);
+        }
+        return ok;
+    }
+
+    CShell* Shell() {
+        if (!m_shell) {
+            m_shell = m_env->NewShell(nullptr, nullptr);
+            m_shell->WaitIdleAfter(0);
+        }
+        return m_shell;
+    }
+
+    // Runs `line` in the shell and waits until the shell is idle again:
+    // a line that arrives while a macro runs would only be a message for it.
+    void RunAndWait(const Text& line) {
+        CShell* s = Shell();
+        const uint64_t idle = s->IdleCount();
+        ASSERT_EQ(s->Run(line), 0);
+        ASSERT_TRUE(s->WaitIdleAfter(idle, 20000)) << "the shell did not come back";
+    }
+
+    // Runs `line`, then ends the shell.
+    void RunToEnd(const Text& line) {
+        CShell* s = Shell();
+        RunAndWait(line);
+        if (!s->Finished().IsSet()) s->Run(L"EXIT 0");
+        ASSERT_TRUE(s->Finished().WaitFor(20000)) << "the shell did not end";
+    }
+
+    Text Var(const Text& name) { return Shell()->Vars().Get(name); }
+    Text Global(const Text& name) { return m_env->GetGlobal(name); }
+
+    CTestWindow m_window;
+    CShellEnv* m_env = new CShellEnv(&m_window);
+    CShell* m_shell = nullptr;
+    std::vector<Text> m_compileLog;
+};
