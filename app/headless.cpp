@@ -1,8 +1,14 @@
 #include "app/headless.h"
 
 #include <cstdio>
+#include <iostream>
+#include <mutex>
+#include <string>
+#include <thread>
 
 #include "app/startup.h"
+#include "shell/message_codes.h"
+#include "shell/shell.h"
 #include "shell/shell_env.h"
 
 void CHeadlessWindow::PostOrder(int order, std::unique_ptr<SPayload> payload) {
@@ -35,6 +41,50 @@ void CHeadlessWindow::WaitShellEnded() {
     --m_endedCount;
 }
 
+namespace {
+
+// The console: every line of standard input goes to the master shell as a
+// RUN message; the end of the input ends the master shell. The reader may
+// still wait for input when the program ends, so it reaches the environment
+// only under this lock, and not at all once the environment is gone.
+std::mutex g_consoleLock;
+CShellEnv* g_consoleEnv = nullptr;
+
+bool SendToMaster(const Text* line) {
+    std::lock_guard lock(g_consoleLock);
+    if (!g_consoleEnv) return false;
+    // Before the master macro has set MASTER, the first shell is the master.
+    CShell* shell = g_consoleEnv->FindShell(g_consoleEnv->GetGlobal(L"MASTER"));
+    if (!shell) return false;
+    return shell->Run(*line) == 0;
+}
+
+void FeedStandardInput(CShellEnv& env) {
+    {
+        std::lock_guard lock(g_consoleLock);
+        g_consoleEnv = &env;
+    }
+    std::thread([] {
+        std::string bytes;
+        while (std::getline(std::cin, bytes)) {
+            if (!bytes.empty() && bytes.back() == '\r') bytes.pop_back();
+            if (bytes.empty()) continue;
+            const Text line = FromUtf8(bytes);
+            if (!SendToMaster(&line)) return;
+        }
+        // In line with what came before it, not ahead of it as an EXIT message would be.
+        const Text exit = L"EXIT 0";
+        SendToMaster(&exit);
+    }).detach();
+}
+
+void StopFeeding() {
+    std::lock_guard lock(g_consoleLock);
+    g_consoleEnv = nullptr;
+}
+
+} // namespace
+
 int RunHeadless(const Text& commandLine) {
     RegisterCore();
     CHeadlessWindow window;
@@ -46,10 +96,12 @@ int RunHeadless(const Text& commandLine) {
             window.PostLog(kStartupFailed, false);
             exitCode = kStartupFailedExit;
         } else {
+            if (commandLine.empty()) FeedStandardInput(env);
             // Each ended shell may have been the last one.
             do {
                 window.WaitShellEnded();
             } while (!env.DeleteShell(nullptr));
+            StopFeeding();
         }
     }
     return exitCode;

@@ -1,8 +1,10 @@
 // kvo [--headless] [--help] [--version] [arguments for MASTERSHELL...]
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "app/startup.h"
+#include "macro/library_file.h"
 
 namespace {
 void PrintHelp() {
@@ -19,9 +21,30 @@ void PrintHelp() {
               "\n"
               "Exit code 2: start-up failed (library missing or bad).");
 }
+
+// The build makes kvo.lib with this: kvo --make-library OUT SOURCE...
+int MakeLibrary(int argc, char** argv) {
+    if (argc < 4) {
+        std::fputs("usage: kvo --make-library OUT SOURCE...\n", stderr);
+        return 1;
+    }
+    RegisterCore();
+    std::error_code ec;
+    std::filesystem::remove(argv[2], ec);
+    for (int i = 3; i < argc; ++i) {
+        CLoadLog log;
+        CConstantList constants;
+        if (!AddSourceToLibrary(FromUtf8(argv[i]), FromUtf8(argv[2]), constants, log)) {
+            std::fputs(ToUtf8(log.AllText()).c_str(), stderr);
+            return 1;
+        }
+    }
+    return 0;
+}
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc > 1 && std::strcmp(argv[1], "--make-library") == 0) return MakeLibrary(argc, argv);
     bool headless = false;
     int first = 1;
     for (; first < argc; ++first) {

@@ -9,6 +9,7 @@
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QThread>
 #include <QUrl>
 #include <QVBoxLayout>
 
@@ -284,4 +285,34 @@ int RunWindowed(int& argc, char** argv, const Text& commandLine) {
         }
     } // the dialog takes the environment with it, while the application still exists
     return exitCode;
+}
+
+int CMainDialog::ProgramCheck(const Text& text) {
+    // Lines that fail before the window runs its loop are only logged.
+    if (QThread::currentThread() == thread()) {
+        AddLogLine(text, false);
+        return CHECK_IGNORE;
+    }
+    int answer = CHECK_IGNORE;
+    QMetaObject::invokeMethod(
+        this,
+        [this, &text, &answer] {
+            QMessageBox box(QMessageBox::Critical, QStringLiteral("Kvo"), QString::fromStdWString(text),
+                            QMessageBox::Abort | QMessageBox::Retry | QMessageBox::Ignore, this);
+            box.setDefaultButton(QMessageBox::Ignore);
+            box.setWindowModality(Qt::ApplicationModal);
+            switch (box.exec()) {
+            case QMessageBox::Abort:
+                answer = CHECK_ABORT;
+                break;
+            case QMessageBox::Retry:
+                answer = CHECK_RETRY;
+                break;
+            default:
+                answer = CHECK_IGNORE;
+                break;
+            }
+        },
+        Qt::BlockingQueuedConnection);
+    return answer;
 }

@@ -41,6 +41,8 @@ public:
     void PostOrder(int order, std::unique_ptr<SPayload> payload) override;
     void PostLog(const Text& line, bool clear = false) override;
     void PostShellEnded() override;
+    // The program check box: a shell thread waits here while the GUI thread asks.
+    int ProgramCheck(const Text& text) override;
 
 signals:
     // The program may end: no shell is left, or the window closed before start.

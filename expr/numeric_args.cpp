@@ -1,5 +1,7 @@
 #include "expr/numeric_args.h"
 
+#include "expr/normalize.h"
+
 #include <atomic>
 #include <chrono>
 #include <cmath>
@@ -166,19 +168,7 @@ bool SameNoCase(const wchar_t* a, size_t n, const wchar_t* keyword) {
 class CScalarEval {
 public:
     CScalarEval(TextView text, bool names) : m_names(names) {
-        // Blanks and tabs: none at the ends, one blank for every run between
-        // two other characters; the parser never has to skip more than one.
-        m_text.reserve(text.size());
-        bool gap = false;
-        for (wchar_t c : text) {
-            if (c == L' ' || c == L'\t') {
-                gap = true;
-                continue;
-            }
-            if (gap && !m_text.empty()) m_text += L' ';
-            gap = false;
-            m_text += c;
-        }
+        NormalizeExpression(text, m_text);
         m_p = m_text.c_str();
     }
 

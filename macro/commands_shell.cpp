@@ -1,5 +1,5 @@
 // Commands of the shell itself: MSG (the message loop, other shells, the main
-// window, debugging), ARG, and the numeric conversions INT and NUM.
+// window, debugging) and ARG.
 #include <algorithm>
 #include <cstdio>
 
@@ -206,27 +206,10 @@ int ArgCommand(CShell& shell, CWords& args, COptions& options, int, Text& result
     return 0;
 }
 
-// The value of the words as one number expression.
-int NumberCommand(CShell&, CWords& args, COptions&, int selector, Text& result) {
-    const bool check = selector >= 2;
-    const bool integer = selector % 2 == 0;
-    result.clear();
-    if (args.empty()) return check ? 299 : 2;
-    double value = 0;
-    int error = 0;
-    if (!EvalNumber(JoinWords(args), value, &error)) return check ? 299 : (error == 0 ? 7 : 152);
-    result = integer ? Format(L"%d", static_cast<int>(value)) : Format(L"%.20lg", value);
-    return 0;
-}
-
 constexpr CCommandRow kShellRows[] = {
     {L"MSG", &MsgCommand, true, 1, 0, &kMsgTable, L"#MSG", L"*"},
     {L"MESSAGE", &MsgCommand, true, 1, 0, &kMsgTable, L"#MSG", L"*"},
     {L"ARG", &ArgCommand, true, 0, 0, nullptr, nullptr, nullptr},
-    {L"INT", &NumberCommand, false, 1, 0, nullptr, nullptr, nullptr},
-    {L"NUM", &NumberCommand, false, 1, 1, nullptr, nullptr, nullptr},
-    {L"INTCHECK", &NumberCommand, false, 0, 2, nullptr, nullptr, nullptr},
-    {L"NUMCHECK", &NumberCommand, false, 0, 3, nullptr, nullptr, nullptr},
 };
 
 } // namespace

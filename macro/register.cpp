@@ -2,6 +2,9 @@
 
 #include "base/keyword_table.h"
 #include "expr/numeric_args.h"
+#include "expr/register_expr.h"
+#include "macro/commands_io.h"
+#include "macro/commands_load.h"
 #include "macro/commands_shell.h"
 #include "macro/commands_text.h"
 #include "macro/execution.h"
@@ -18,4 +21,7 @@ void RegisterMacroLayer() {
     CMacroRuntime::Install();
     RegisterShellCommands();
     RegisterTextCommands();
+    RegisterSourceLoading();
+    RegisterIoCommands();
+    RegisterExpressionLayer();
 }

@@ -35,6 +35,8 @@ if ! locale -a 2>/dev/null | grep -qi '^de_DE.utf8$'; then
   fi
 fi
 
+# Builds in other trees of the same sources share the compiler cache.
+export CCACHE_BASEDIR=${CCACHE_BASEDIR:-$PWD} CCACHE_NOHASHDIR=1
 jobs=$(nproc)
 cmake -S . -B "$build_dir" -G Ninja -DCMAKE_BUILD_TYPE=RelWithDebInfo ${KVO_CMAKE_ARGS:-} >/dev/null
 ninja -C "$build_dir" -j"$jobs"
@@ -42,7 +44,8 @@ ninja -C "$build_dir" -j"$jobs"
 case "$mode" in
   build) ;;
   run)
-    exec "$build_dir/app/kvo" --headless "${@:2}"
+    if [ $# -gt 1 ]; then shift; exec "$build_dir/app/kvo" --headless "$@"; fi
+    exec "$build_dir/app/kvo" --headless examples/report.kvs MAIN
     ;;
   test)
     ctest --test-dir "$build_dir" --output-on-failure -j"$jobs"

@@ -13,6 +13,7 @@
 
 class CShell;
 class CVariableMap;
+class Matrix;
 
 enum EItemKind : int {
     KIND_SOURCECODE = 0,
@@ -106,6 +107,15 @@ public:
     virtual void* FromLines(const std::vector<Text>& /*lines*/) { return nullptr; }
     // The number object's text form (kind 14).
     virtual bool NumberText(void* /*object*/, Text& /*out*/) { return false; }
+    // Numbers for expressions. `part` empty asks for the object's whole numeric content (a
+    // table: its rows by its numeric columns); otherwise a part that the kind names itself
+    // (an SPU's output). False when there are no numbers, so the evaluator tries the name
+    // as something else.
+    virtual bool ToMatrix(void* /*object*/, TextView /*part*/, Matrix& /*out*/) { return false; }
+    // A new object of this kind holding `value` (a function's output argument written back
+    // into a table, a matrix printed as the name of a new table); the caller owns its one
+    // share. Null when the kind cannot hold a matrix.
+    virtual void* NewFromMatrix(CShell&, const Matrix& /*value*/) { return nullptr; }
 
 private:
     int m_kind;

@@ -8,11 +8,15 @@
 #include <QListWidget>
 #include <QMenu>
 #include <QMenuBar>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QTimer>
 #include <QMimeData>
 #include <QUrl>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <atomic>
 #include <thread>
 
 #include "app/main_dialog.h"
@@ -388,6 +392,49 @@ TEST_F(MainDialogTest, TheLastEndedShellEndsTheWindowsWork) {
     Deliver();
     EXPECT_EQ(Lines().back(), L"after the end");
     EXPECT_EQ(FileLines(), std::vector<std::string>{"while running"}) << "the log file was closed";
+}
+
+} // namespace
+
+namespace {
+
+// The box waits on the GUI thread while the shell's thread waits for its answer.
+TEST_F(MainDialogTest, ProgramCheckAsksOnTheGuiThreadAndReturnsTheButton) {
+    for (auto [button, expected] : {std::pair{QMessageBox::Abort, int(CHECK_ABORT)},
+                                    std::pair{QMessageBox::Retry, int(CHECK_RETRY)},
+                                    std::pair{QMessageBox::Ignore, int(CHECK_IGNORE)}}) {
+        // The box runs its own event loop: the answering hand has to come from inside it.
+        QString seenText;
+        bool ignoreIsDefault = false;
+        QTimer hand;
+        hand.setInterval(5);
+        QObject::connect(&hand, &QTimer::timeout, [&, button = button] {
+            auto* box = qobject_cast<QMessageBox*>(QApplication::activeModalWidget());
+            if (!box) return;
+            hand.stop();
+            seenText = box->text();
+            ignoreIsDefault =
+                static_cast<QAbstractButton*>(box->defaultButton()) == box->button(QMessageBox::Ignore);
+            box->button(button)->click();
+        });
+        hand.start();
+        std::atomic<int> answer{-1};
+        std::thread shellThread([&] { answer = m_dialog->ProgramCheck(L"Program check interruption #2"); });
+        for (int i = 0; i < 4000 && answer.load() < 0; ++i)
+            QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+        ASSERT_GE(answer.load(), 0) << "no answer came back";
+        shellThread.join();
+        EXPECT_EQ(answer.load(), expected);
+        EXPECT_EQ(seenText, QStringLiteral("Program check interruption #2"));
+        EXPECT_TRUE(ignoreIsDefault);
+    }
+}
+
+TEST_F(MainDialogTest, ProgramCheckOnTheGuiThreadOnlyLogs) {
+    EXPECT_EQ(m_dialog->ProgramCheck(L"early failure"), CHECK_IGNORE);
+    Deliver();
+    ASSERT_FALSE(Lines().empty());
+    EXPECT_EQ(Lines().back(), L"early failure");
 }
 
 } // namespace

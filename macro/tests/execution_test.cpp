@@ -383,4 +383,45 @@ TEST_F(MacroRun, StatusBracketsAndTildeOfUnknownNames) {
     EXPECT_EQ(Global(L"plain"), L"a[1]");
 }
 
+TEST_F(MacroRun, InterpretRunsTheTextAsTheNextLineAndReportsIt) {
+    ASSERT_TRUE(Load(L"[MACRO main]\n"
+                     L"#cmd := SET UPPER abc\n"
+                     L"@how := INTERPRET #cmd #out\n"
+                     L"@after := $#out|$RC\n"
+                     L"MSG LOOP /N\n"
+                     L"@report := SET $#MSG\n"
+                     L"@bad := INTERPRET /S 'x := `$(UPPER'\n"
+                     L"@empty := INTERPRET /S ''\n"
+                     L"INTERPRET /S 'nonsense words'\n"
+                     L"MSG LOOP /N\n"
+                     L"@ineffective := SET $#MSG\n"));
+    RunToEnd(L"main");
+    EXPECT_EQ(Global(L"how"), L"2;");
+    EXPECT_EQ(Global(L"after"), L"ABC|0");
+    const Text id = Shell()->IdText();
+    // RC, then the lengths of target, result and message, then the three texts in a row;
+    // an ineffective line reports its RC before it becomes 259, with the message behind.
+    EXPECT_EQ(Global(L"report"), L"SHELL " + id + L" INTERPRET 0 4 3 0 #outABC");
+    EXPECT_EQ(Global(L"bad").substr(0, 2), L"1;");
+    EXPECT_EQ(Global(L"empty"), L"0;");
+    const Text message = L"ineffective statement (maybe a mis-spelled macro name or statement)";
+    EXPECT_EQ(Global(L"ineffective"), L"SHELL " + id + L" INTERPRET 0 4 14 " + IntText(message.size()) +
+                                          L" IRESnonsense words" + message);
+}
+
+TEST_F(MacroRun, WritelogAndEmsgSpeakTheLanguagesWords) {
+    ASSERT_TRUE(Load(L"[MACRO main]\n"
+                     L"WRITELOG hello   world\n"
+                     L"@e2 := EMSG 2\n"
+                     L"@e15 := EMSG 15\n"
+                     L"@e999 := EMSG 999\n"));
+    RunToEnd(L"main");
+    const auto lines = m_window.Lines();
+    ASSERT_FALSE(lines.empty());
+    EXPECT_EQ(lines[0], L"hello world");
+    EXPECT_EQ(Global(L"e2"), L"error 2: too few arguments");
+    EXPECT_EQ(Global(L"e15"), L"warning 15: shell cancelled (exit 0)");
+    EXPECT_EQ(Global(L"e999"), L"error 486: Unknown or invalid numerical error code.");
+}
+
 } // namespace

@@ -1,0 +1,87 @@
+// The commands of expressions and numbers: EVAL and EVALCHECK run the
+// evaluator and leave its value as a number object; INT and NUM read one
+// number through the format engine; FORMAT is the engine itself.
+#include <iterator>
+#include <vector>
+
+#include "expr/ex_eval.h"
+#include "expr/format_engine.h"
+#include "expr/number_object.h"
+#include "expr/register_expr.h"
+#include "macro/command_registry.h"
+#include "macro/options.h"
+#include "shell/shell.h"
+
+namespace {
+
+constexpr int kNotExecuted = 7; // "command error - not/partially executed"
+constexpr int kNotExpression = 299;
+constexpr int kNotNumerical = 152;
+constexpr int kNoUniqueName = 265;
+
+// Selectors: EVAL and the checking form, which reports every failure as 299.
+enum { EVAL_PLAIN, EVAL_CHECK };
+
+int EvalCommand(CShell& shell, CWords& args, COptions&, int selector, Text& result) {
+    const bool check = selector == EVAL_CHECK;
+    result.clear();
+    if (args.empty()) return check ? kNotExpression : 2;
+    CExEval eval(&shell);
+    eval.SetExpression(JoinWords(args));
+    if (!eval.Evaluate()) {
+        if (check) return kNotExpression;
+        return eval.GetError() ? eval.GetError() : kNotExecuted;
+    }
+    if (!NewNumberObject(shell, eval.TakeResult(), result)) {
+        result.clear();
+        return check ? kNotExpression : kNoUniqueName;
+    }
+    return 0;
+}
+
+// Selectors: bit 0 picks NUM over INT, bit 1 the checking form.
+int NumberCommand(CShell&, CWords& args, COptions&, int selector, Text& result) {
+    const bool check = (selector & 2) != 0;
+    const wchar_t* format = (selector & 1) ? L"%.20lg" : L"%d";
+    result.clear();
+    if (args.empty()) return check ? kNotExpression : 2;
+    const Text number = JoinWords(args);
+    int error = 0;
+    if (!FormatText(1, &number, format, result, error)) {
+        result.clear();
+        if (check) return kNotExpression;
+        return error == 122 ? kNotNumerical : kNotExecuted;
+    }
+    return 0;
+}
+
+// The text built up to an error stays the result, beside the code.
+int FormatCommand(CShell&, CWords& args, COptions&, int, Text& result) {
+    result.clear();
+    if (args.empty()) return 2;
+    std::vector<Text> texts;
+    texts.reserve(args.size() - 1);
+    for (size_t i = 1; i < args.size(); ++i) texts.push_back(args[i].text);
+    int error = 0;
+    FormatText(static_cast<int>(texts.size()), texts.data(), args[0].text, result, error);
+    return error;
+}
+
+constexpr CCommandRow kExprRows[] = {
+    {L"EVAL", &EvalCommand, false, 1, EVAL_PLAIN, nullptr, nullptr, nullptr},
+    {L"EVALCHECK", &EvalCommand, false, 0, EVAL_CHECK, nullptr, nullptr, nullptr},
+    {L"INT", &NumberCommand, false, 1, 0, nullptr, nullptr, nullptr},
+    {L"NUM", &NumberCommand, false, 1, 1, nullptr, nullptr, nullptr},
+    {L"INTCHECK", &NumberCommand, false, 0, 2, nullptr, nullptr, nullptr},
+    {L"NUMCHECK", &NumberCommand, false, 0, 3, nullptr, nullptr, nullptr},
+    {L"FORMAT", &FormatCommand, false, 1, 0, nullptr, nullptr, nullptr},
+};
+
+CNumberKind g_numberKind;
+
+} // namespace
+
+void RegisterExpressionLayer() {
+    CItemKindRegistry::Register(&g_numberKind);
+    CCommandRegistry::Register(kExprRows, std::size(kExprRows));
+}

@@ -1,0 +1,3 @@
+#pragma once
+// INTERPRET, WRITELOG, EMSG.
+void RegisterIoCommands();

@@ -1,0 +1,107 @@
+#include "macro/library_file.h"
+
+#include <cerrno>
+#include <cstring>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include "items/text_codec.h"
+#include "macro/source_loader.h"
+
+namespace {
+
+bool WriteBytes(int fd, const void* bytes, size_t length) {
+    const auto* p = static_cast<const char*>(bytes);
+    while (length > 0) {
+        const ssize_t n = ::write(fd, p, length);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        p += n;
+        length -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+bool ReadBytes(int fd, void* bytes, size_t length) {
+    auto* p = static_cast<char*>(bytes);
+    while (length > 0) {
+        const ssize_t n = ::read(fd, p, length);
+        if (n < 0 && errno == EINTR) continue;
+        if (n <= 0) return false;
+        p += n;
+        length -= static_cast<size_t>(n);
+    }
+    return true;
+}
+
+// Steps 4 to 7 of an add: the library file itself. The reading side takes a
+// converted library by its decoded text, but this test is on the bytes, so a
+// library that turned into UTF-8 (and so begins with the mark) takes no more
+// additions. Old libraries have always behaved so; keep it.
+bool AppendLines(const std::vector<SCodeText>& code, const Text& libraryPath, CLoadLog& log) {
+    const int fd = ::open(ToUtf8(libraryPath).c_str(), O_RDWR | O_CREAT, 0666);
+    if (fd < 0) {
+        log.Line(Format(L"open/create library file '%s' failed", libraryPath.c_str()));
+        return false;
+    }
+    bool ok = true;
+    const off_t size = ::lseek(fd, 0, SEEK_END);
+    if (size == 0) {
+        ok = WriteBytes(fd, kLibraryMagic, kLibraryMagicLength);
+    } else {
+        char magic[kLibraryMagicLength];
+        if (size < 0 || ::lseek(fd, 0, SEEK_SET) != 0 || !ReadBytes(fd, magic, sizeof magic) ||
+            std::memcmp(magic, kLibraryMagic, sizeof magic) != 0) {
+            log.Line(Format(L"'%s' is not a library file", libraryPath.c_str()));
+            ::close(fd);
+            return false;
+        }
+        // The closing zero is overwritten by the first new line.
+        ok = ::lseek(fd, size - 1, SEEK_SET) == size - 1;
+    }
+    static constexpr char kZero = 0;
+    for (size_t i = 0; ok && i < code.size(); ++i)
+        ok = WriteText(fd, code[i].text) && WriteBytes(fd, &kZero, 1);
+    ok = ok && WriteBytes(fd, &kZero, 1);
+    if (::close(fd) != 0) ok = false;
+    return ok;
+}
+
+} // namespace
+
+bool IsLibraryText(TextView text) {
+    if (text.size() < kLibraryMagicLength) return false;
+    for (size_t i = 0; i < kLibraryMagicLength; ++i)
+        if (text[i] != static_cast<wchar_t>(kLibraryMagic[i])) return false;
+    return true;
+}
+
+void ReadLibraryLines(TextView text, std::vector<SCodeText>& code, CLoadLog& log) {
+    int count = 0;
+    for (size_t p = kLibraryMagicLength; p < text.size();) {
+        size_t end = text.find(L'\0', p);
+        if (end == TextView::npos) end = text.size(); // a library whose add broke off
+        if (end == p) break;
+        code.push_back({Text(text.substr(p, end - p)), ++count});
+        p = end + 1;
+    }
+    log.Line(Format(L"%d code lines loaded", count));
+}
+
+bool AddSourceToLibrary(const Text& sourcePath, const Text& libraryPath, CConstantList& constants,
+                        CLoadLog& log) {
+    Text text;
+    if (!ReadSourceText(sourcePath, text, log)) return false;
+    std::vector<SCodeText> code;
+    if (IsLibraryText(text)) {
+        // A library added to a library: its lines are preprocessed already.
+        ReadLibraryLines(text, code, log);
+    } else {
+        std::vector<Text> lines;
+        SplitSourceLines(text, lines);
+        std::vector<Text> includes{CanonicalPath(sourcePath)};
+        if (!Preprocess(lines, code, constants, includes, 0, sourcePath, log)) return false;
+    }
+    log.Line(Format(L"add source file '%s' to library '%s'", sourcePath.c_str(), libraryPath.c_str()));
+    return AppendLines(code, libraryPath, log);
+}
