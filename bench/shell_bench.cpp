@@ -5,7 +5,15 @@
 
 #include <thread>
 
+#include <filesystem>
+#include <fstream>
+#include <unistd.h>
+
+#include "app/startup.h"
 #include "base/event.h"
+#include "macro/command_registry.h"
+#include "macro/library_file.h"
+#include "macro/preprocessor.h"
 #include "shell/message_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
@@ -69,6 +77,50 @@ void BM_EnvToFirstLine(benchmark::State& state) {
     CShellEnv::SetLoader(nullptr);
 }
 BENCHMARK(BM_EnvToFirstLine)->UseRealTime()->Unit(benchmark::kMicrosecond);
+
+// The same with everything real: the library file is read and compiled, and
+// the master shell's first line is a command that marks the moment.
+CEvent* g_firstLine = nullptr;
+int MarkFirstLine(CShell&, CWords&, COptions&, int, Text&) {
+    g_firstLine->Set();
+    return 0;
+}
+constexpr CCommandRow kMarkRow = {L"BENCHMARKFIRSTLINE", &MarkFirstLine, false, 0, 0, nullptr, nullptr, nullptr};
+
+void BM_EnvToFirstLineWithLibrary(benchmark::State& state) {
+    RegisterCore();
+    CCommandRegistry::Register(kMarkRow);
+    const auto dir = std::filesystem::temp_directory_path() / ("kvo_bench_" + std::to_string(::getpid()));
+    std::filesystem::create_directories(dir);
+    {
+        std::ofstream source(dir / "master.kvs");
+        source << "[MACRO MASTERSHELL]\nBENCHMARKFIRSTLINE\nEXIT 0\n";
+    }
+    const Text library = FromUtf8((dir / "kvo.lib").string());
+    CLoadLog log;
+    CConstantList constants;
+    if (!AddSourceToLibrary(FromUtf8((dir / "master.kvs").string()), library, constants, log)) {
+        state.SkipWithError("cannot write the library");
+        return;
+    }
+    for (auto _ : state) {
+        CEvent firstLine;
+        g_firstLine = &firstLine;
+        auto* env = new CShellEnv;
+        env->SetStartValues(FromUtf8((dir / "kvo").string()), nullptr);
+        if (!env->Start(L"")) {
+            state.SkipWithError("start-up failed");
+            delete env;
+            break;
+        }
+        firstLine.Wait();
+        state.PauseTiming();
+        delete env;
+        state.ResumeTiming();
+    }
+    std::filesystem::remove_all(dir);
+}
+BENCHMARK(BM_EnvToFirstLineWithLibrary)->UseRealTime()->Unit(benchmark::kMicrosecond);
 
 } // namespace
 
