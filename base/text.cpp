@@ -6,22 +6,22 @@
 #include <cwctype>
 #include <locale.h>
 
-namespace {
-
-// One "C" locale object for numbers and one UTF-8 aware object for case mapping,
+// One "C" locale object for numbers and one UTF-8 aware object for letters,
 // both independent of the process locale (which Qt sets from the environment).
 locale_t NumericLocale() {
     static const locale_t loc = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
     return loc;
 }
 
-locale_t CaseLocale() {
+locale_t LetterLocale() {
     static const locale_t loc = [] {
         locale_t l = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(0));
         return l ? l : NumericLocale();
     }();
     return loc;
 }
+
+namespace {
 
 // Formatting through vswprintf follows the thread's locale: switch the thread
 // to the "C" object for the duration of one call.
@@ -57,12 +57,12 @@ std::wstring WidenFormat(const wchar_t* format) {
 
 wchar_t UpperChar(wchar_t c) {
     if (c < 128) return (c >= L'a' && c <= L'z') ? static_cast<wchar_t>(c - 32) : c;
-    return static_cast<wchar_t>(towupper_l(static_cast<wint_t>(c), CaseLocale()));
+    return static_cast<wchar_t>(towupper_l(static_cast<wint_t>(c), LetterLocale()));
 }
 
 wchar_t LowerChar(wchar_t c) {
     if (c < 128) return (c >= L'A' && c <= L'Z') ? static_cast<wchar_t>(c + 32) : c;
-    return static_cast<wchar_t>(towlower_l(static_cast<wint_t>(c), CaseLocale()));
+    return static_cast<wchar_t>(towlower_l(static_cast<wint_t>(c), LetterLocale()));
 }
 
 Text UpperCase(TextView text) {
@@ -194,28 +194,29 @@ bool ParseWholeLong(TextView text, long long& value) {
     return ParseLong(text, value, &end) && OnlyBlanksFrom(text, end);
 }
 
+void AppendUtf8(std::string& out, uint32_t c) {
+    if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
+    if (c < 0x80) {
+        out += static_cast<char>(c);
+    } else if (c < 0x800) {
+        out += static_cast<char>(0xC0 | (c >> 6));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else if (c < 0x10000) {
+        out += static_cast<char>(0xE0 | (c >> 12));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    } else {
+        out += static_cast<char>(0xF0 | (c >> 18));
+        out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
+        out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
+        out += static_cast<char>(0x80 | (c & 0x3F));
+    }
+}
+
 std::string ToUtf8(TextView text) {
     std::string out;
     out.reserve(text.size());
-    for (wchar_t wc : text) {
-        auto c = static_cast<uint32_t>(wc);
-        if (c > 0x10FFFF || (c >= 0xD800 && c <= 0xDFFF)) c = 0xFFFD;
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
+    for (wchar_t wc : text) AppendUtf8(out, static_cast<uint32_t>(wc));
     return out;
 }
 

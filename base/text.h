@@ -4,6 +4,8 @@
 // never put a comma into a number.
 #pragma once
 
+#include <locale.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -42,9 +44,16 @@ bool ParseLong(TextView text, long long& value, size_t* end = nullptr, int base 
 bool ParseWholeDouble(TextView text, double& value);
 bool ParseWholeLong(TextView text, long long& value);
 
+// The "C" locale object numbers are formatted and parsed under, and the
+// UTF-8 aware one that letters are judged by; neither follows the process locale.
+locale_t NumericLocale();
+locale_t LetterLocale();
+
 // Conversion at the process's boundaries (command line, environment, paths,
 // standard output). File contents go through the codecs of the item layer.
 std::string ToUtf8(TextView text);
+// One code point in UTF-8; surrogates and values beyond U+10FFFF become U+FFFD.
+void AppendUtf8(std::string& out, uint32_t codePoint);
 Text FromUtf8(std::string_view bytes);
 
 // Blanks and tabs trimmed at both ends.

@@ -85,7 +85,8 @@ int MarkFirstLine(CShell&, CWords&, COptions&, int, Text&) {
     g_firstLine->Set();
     return 0;
 }
-constexpr CCommandRow kMarkRow = {L"BENCHMARKFIRSTLINE", &MarkFirstLine, false, 0, 0, nullptr, nullptr, nullptr};
+constexpr CCommandRow kMarkRow = {
+    L"BENCHMARKFIRSTLINE", &MarkFirstLine, false, 0, 0, nullptr, nullptr, nullptr};
 
 void BM_EnvToFirstLineWithLibrary(benchmark::State& state) {
     RegisterCore();

@@ -19,20 +19,6 @@ namespace {
 constexpr int kMaxDepth = 400;
 constexpr int kMaxSlots = 64;
 
-locale_t NumberLocale() {
-    static const locale_t loc = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
-    return loc;
-}
-
-// Letters of names are judged the same under every process locale.
-locale_t LetterLocale() {
-    static const locale_t loc = [] {
-        locale_t l = newlocale(LC_CTYPE_MASK, "C.UTF-8", static_cast<locale_t>(0));
-        return l ? l : NumberLocale();
-    }();
-    return loc;
-}
-
 bool IsLetter(wchar_t c) {
     if (c < 128) return (c >= L'a' && c <= L'z') || (c >= L'A' && c <= L'Z');
     return iswalpha_l(static_cast<wint_t>(c), LetterLocale()) != 0;
@@ -332,7 +318,7 @@ bool CExEval::Primary(Matrix& value, LValue* lvalue) {
             ++m_p;
         } else {
             wchar_t* end = nullptr;
-            number = wcstod_l(m_p, &end, NumberLocale());
+            number = wcstod_l(m_p, &end, NumericLocale());
             m_p = end;
         }
         if (lvalue) lvalue->clear();

@@ -39,15 +39,7 @@ double Hz2Bark(double f) {
 }
 
 double Bark2Hz(double z) {
-    if (z <= 0) return 0;
-    double low = 0, high = 25000, mid = 0;
-    for (int round = 0; round < 24; ++round) {
-        mid = 0.5 * (low + high);
-        const double value = Hz2Bark(mid);
-        if (std::fabs(value - z) < 1e-5) break;
-        (value < z ? low : high) = mid;
-    }
-    return mid;
+    return BarkToHz(z);
 }
 
 double Hz2Mel(double f) {
@@ -102,11 +94,6 @@ bool Clamp(const Matrix& x, const Matrix* low, const Matrix* high, Matrix& resul
 }
 
 } // namespace
-
-double exfn::HzToBark(double f) {
-    if (f <= 0) return 0;
-    return 13.0 * std::atan(0.00076 * f) + 3.5 * std::atan(1.7777777777777777e-8 * f * f);
-}
 
 EXFN(Sin) {
     return Map(argc, args, result, [](double x) { return std::sin(x); });

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "expr/ex_functions.h"
+#include "numeric/frequency_scales.h"
 
 // Every library function has the one signature of ExFunction.
 #define EXFN(name)                                                                                           \
@@ -50,9 +51,6 @@ bool PointRows(const Matrix& m, int d, int& k, std::vector<double>& rowMajor);
 // lower[b] <= x < upper[b]. Bins may overlap; sorted adjacent bins take a binary search.
 std::vector<double> BinValues(std::span<const double> values, const std::vector<double>& lower,
                               const std::vector<double>& upper, bool sumValues);
-
-// The Bark scale of Hz2Bark.
-double HzToBark(double hz);
 
 // Direct form II transposed filter with coefficients b and a (a[0] already 1) over n samples;
 // `state` holds max(nb, na) - 1 values and carries the filter from block to block.

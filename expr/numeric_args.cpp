@@ -1,6 +1,8 @@
 #include "expr/numeric_args.h"
 
 #include "expr/normalize.h"
+#include "numeric/frequency_scales.h"
+#include "numeric/random.h"
 
 #include <atomic>
 #include <chrono>
@@ -16,57 +18,22 @@ namespace {
 constexpr int kMaxDepth = 512;
 constexpr int kStackOverflow = 211;
 
-locale_t NumberLocale() {
-    static const locale_t loc = newlocale(LC_ALL_MASK, "C", static_cast<locale_t>(0));
-    return loc;
-}
-
-// RAND, LRAN and SETLRAN: the language's 16-bit generator with a state of its
-// own, shared by all shells. A step is atomic so that two shells drawing at
-// once interleave their sequences without losing or doubling a draw.
-constexpr uint32_t kModulus = 65536;
-std::atomic<uint32_t> g_state{0};
-
-uint32_t Step() {
-    uint32_t old = g_state.load(std::memory_order_relaxed);
-    uint32_t next;
-    do {
-        next = (25173u * old + 13849u) % kModulus;
-    } while (!g_state.compare_exchange_weak(old, next, std::memory_order_relaxed));
-    return next;
-}
-
+// RAND, LRAN and SETLRAN draw from the process-wide generator of number arguments.
 double Rand(double) {
-    return 2.0 * (double(Step()) / kModulus - 0.5);
+    return numeric::RandNumber();
 }
 double LRan(double) {
-    return double(Step()) / kModulus;
+    return numeric::LRanNumber();
 }
 double SetLRan(double x) {
-    uint32_t seed;
-    if (x > 0) {
-        seed = static_cast<uint32_t>(std::fabs(std::fmod(x, 1.0)) * kModulus);
-    } else {
-        seed = static_cast<uint32_t>(std::chrono::system_clock::now().time_since_epoch().count());
-    }
-    g_state.store(seed % kModulus, std::memory_order_relaxed);
-    return LRan(0);
+    return numeric::SetLRanNumber(x);
 }
 
 double Hz2Bark(double f) {
-    if (f <= 0) return 0;
-    return 13.0 * std::atan(0.00076 * f) + 3.5 * std::atan(1.7777777777777777e-8 * f * f);
+    return HzToBark(f);
 }
 double Bark2Hz(double z) {
-    if (z <= 0) return 0;
-    double lo = 0, hi = 25000, mid = 0;
-    for (int round = 0; round < 24; ++round) {
-        mid = 0.5 * (lo + hi);
-        const double v = Hz2Bark(mid);
-        if (std::fabs(v - z) < 1e-5) break;
-        (v < z ? lo : hi) = mid;
-    }
-    return mid;
+    return BarkToHz(z);
 }
 
 double Sin(double x) {
@@ -244,13 +211,13 @@ private:
         if (c == L'0' && (m_p[1] == L'x' || m_p[1] == L'X')) {
             // Unsigned, so that a set top bit reads as a value above 2147483647.
             wchar_t* end = nullptr;
-            v = double(wcstoul_l(m_p, &end, 16, NumberLocale()));
+            v = double(wcstoul_l(m_p, &end, 16, NumericLocale()));
             m_p = end;
             return true;
         }
         if (IsAsciiDigit(c) || (c == L'.' && IsAsciiDigit(m_p[1]))) {
             wchar_t* end = nullptr;
-            v = wcstod_l(m_p, &end, NumberLocale());
+            v = wcstod_l(m_p, &end, NumericLocale());
             m_p = end;
             return true;
         }

@@ -4,6 +4,8 @@
 // goes through the format engine as a format and as an argument.
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
+#include <new>
 
 #include "expr/ex_eval.h"
 #include "expr/format_engine.h"
@@ -13,6 +15,54 @@
 #include "shell/item_kind.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
+
+namespace {
+
+// The language lets a line ask for any amount of memory ("Fill(1e9)"), and
+// the evaluator answers a refused request with code 1. Here a request beyond
+// this limit is refused as a full machine would refuse it, so the fuzzer
+// walks that path instead of stopping at its own memory limit.
+constexpr std::size_t kMaxAllocation = std::size_t{64} << 20;
+
+void* Allocate(std::size_t size) {
+    if (size > kMaxAllocation) return nullptr;
+    return std::malloc(size ? size : 1);
+}
+
+} // namespace
+
+void* operator new(std::size_t size) {
+    if (void* p = Allocate(size)) return p;
+    throw std::bad_alloc();
+}
+void* operator new[](std::size_t size) {
+    if (void* p = Allocate(size)) return p;
+    throw std::bad_alloc();
+}
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
+    return Allocate(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
+    return Allocate(size);
+}
+void operator delete(void* p) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, std::size_t) noexcept {
+    std::free(p);
+}
+void operator delete(void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
+void operator delete[](void* p, const std::nothrow_t&) noexcept {
+    std::free(p);
+}
 
 namespace {
 
