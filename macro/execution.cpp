@@ -1,6 +1,7 @@
 #include "macro/execution.h"
 
 #include "base/stack_guard.h"
+#include "expr/ex_eval.h"
 #include "expr/numeric_args.h"
 #include "macro/command_registry.h"
 #include "macro/compiler.h"
@@ -667,13 +668,29 @@ bool IsValidName(TextView text, bool left) {
 
 namespace {
 
-int CompareTriple(const Text& left, const Text& op, const Text& right, bool& value) {
+// A side of a comparison as a number: a plain decimal number at once, anything
+// else through the expression evaluator (names of number objects, tables,
+// constants, functions); only a single value counts.
+bool SideNumber(CShell& shell, const Text& side, double& value) {
+    if (side.empty()) return false;
+    if (side.find_first_not_of(L"0123456789+-.eE") == Text::npos && ParseWholeDouble(side, value))
+        return true;
+    CExEval eval(&shell);
+    eval.SetExpression(side);
+    if (!eval.Evaluate()) return false;
+    const Matrix* result = eval.GetResult();
+    if (!result || !result->IsScalar()) return false;
+    value = result->At(0, 0);
+    return true;
+}
+
+int CompareTriple(CShell& shell, const Text& left, const Text& op, const Text& right, bool& value) {
     static constexpr const wchar_t* kRelations[] = {L"<", L"<=", L"==", L"!=", L">=", L">"};
     for (int r = 0; r < 6; ++r) {
         if (op != kRelations[r]) continue;
         double a = 0, b = 0;
         int cmp;
-        if (EvalNumber(left, a) && EvalNumber(right, b))
+        if (SideNumber(shell, left, a) && SideNumber(shell, right, b))
             cmp = a < b ? -1 : (a > b ? 1 : 0);
         else
             cmp = CompareNoCase(left, right);
@@ -702,12 +719,12 @@ int CompareTriple(const Text& left, const Text& op, const Text& right, bool& val
 
 } // namespace
 
-int EvalCondition(CShell&, const CWords& words, bool& value) {
+int EvalCondition(CShell& shell, const CWords& words, bool& value) {
     if (words.size() % 4 != 3) return 2;
     value = false;
     for (size_t i = 0; i < words.size(); i += 4) {
         bool v = false;
-        const int code = CompareTriple(words[i].text, words[i + 1].text, words[i + 2].text, v);
+        const int code = CompareTriple(shell, words[i].text, words[i + 1].text, words[i + 2].text, v);
         if (code) return code;
         if (i == 0) {
             value = v;

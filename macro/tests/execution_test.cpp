@@ -111,6 +111,10 @@ TEST_F(MacroRun, BlockIfElseIfElseAndConditions) {
                      L"END\n"
                      L"IF b10 > b9 THEN\n"
                      L"  @i := text\n"
+                     L"END\n"
+                     L"#n := EVAL 2*3\n"
+                     L"IF $#n == 6 && 2^3 > 7.5 THEN\n"
+                     L"  @j := expressions\n"
                      L"END\n"));
     RunToEnd(L"main");
     EXPECT_EQ(Global(L"a"), L"negative");
