@@ -20,8 +20,6 @@ constexpr size_t kMaxBracketArgs = 9;
 constexpr size_t kStackReserve = size_t{2} << 20;
 
 constexpr const wchar_t* kNameChars = L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789#";
-constexpr const wchar_t* kFirstWordChars =
-    L"ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_#:";
 constexpr const wchar_t* kTildeNameEnd = L" \t[]~%^()/$+-:?*._\\',;=`\"<>";
 
 bool InSet(wchar_t c, const wchar_t* set) {
@@ -98,12 +96,18 @@ void NumberToText(CShell& shell, Text& result) {
     }
 }
 
+bool IsAsciiLetter(wchar_t c) {
+    return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
+}
+
+// A first word is taken as a name: a letter or '_', then letters, digits, '_', '#' and ':'.
 bool IsCallableName(const SWord& word) {
     if (word.kind != SWord::Plain || word.text.empty()) return false;
     const wchar_t c = word.text[0];
-    if (!((c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z') || c == L'_')) return false;
+    if (!IsAsciiLetter(c) && c != L'_') return false;
     for (wchar_t ch : word.text)
-        if (!InSet(ch, kFirstWordChars)) return false;
+        if (!IsAsciiLetter(ch) && !(ch >= L'0' && ch <= L'9') && ch != L'_' && ch != L'#' && ch != L':')
+            return false;
     return true;
 }
 
