@@ -43,13 +43,13 @@ Text LimitDigits(const Text& digits, bool zeroFlag) {
     return out + rest;
 }
 
-struct SSpec {
+struct SConversion {
     bool minus = false;
     bool dot = false;
     Text width;
     Text precision;
 
-    // The printf specification for one of its conversions, "l" and "L" left out:
+    // The printf conversion for one of its conversions, "l" and "L" left out:
     // every argument is handed over as int, unsigned, double or wide text.
     Text Printf(wchar_t conversion) const {
         Text out = L"%";
@@ -62,10 +62,10 @@ struct SSpec {
 };
 
 // Seconds as [-]h:mm:ss, shortened by "-", with milliseconds after a ".".
-int TimeText(const SSpec& spec, double x, wchar_t decimal, Text& result) {
+int TimeText(const SConversion& conv, double x, wchar_t decimal, Text& result) {
     long long length = 0;
-    if (!spec.width.empty()) {
-        if (!EvalInteger(spec.width, length)) return 123;
+    if (!conv.width.empty()) {
+        if (!EvalInteger(conv.width, length)) return 123;
         if (length < 0) length = -length;
         if (length > kFormatMaxWidth) length = kFormatMaxWidth;
     }
@@ -73,7 +73,7 @@ int TimeText(const SSpec& spec, double x, wchar_t decimal, Text& result) {
     if (!std::isfinite(x)) return 123;
     const bool negative = x < 0;
     x = std::fabs(x);
-    if (!spec.dot) x = std::trunc(x + 0.5);
+    if (!conv.dot) x = std::trunc(x + 0.5);
     Text clock;
     double rest = 0;
     if (x < 9.0e18) {
@@ -82,7 +82,7 @@ int TimeText(const SSpec& spec, double x, wchar_t decimal, Text& result) {
         const long long hours = whole / 3600;
         const int minutes = static_cast<int>(whole % 3600 / 60);
         const int seconds = static_cast<int>(whole % 60);
-        if (!spec.minus || hours != 0) {
+        if (!conv.minus || hours != 0) {
             clock = Format(L"%lld:%02d:%02d", hours, minutes, seconds);
         } else if (minutes != 0) {
             clock = Format(L"%d:%02d", minutes, seconds);
@@ -94,7 +94,7 @@ int TimeText(const SSpec& spec, double x, wchar_t decimal, Text& result) {
     }
     Text text = negative ? L"-" : L"";
     text += clock;
-    if (spec.dot) {
+    if (conv.dot) {
         text += decimal;
         text += Format(L"%03d", static_cast<int>(std::trunc(rest * 1000)));
     }
@@ -118,19 +118,19 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
         result.append(format.substr(i, percent - i));
         i = percent + 1;
 
-        SSpec spec;
+        SConversion conv;
         bool modifier = false;
         if (i < n && format[i] == L'-') {
-            spec.minus = true;
+            conv.minus = true;
             ++i;
         }
         for (; i < n; ++i) {
             const wchar_t c = format[i];
             if (c >= L'0' && c <= L'9') {
-                (spec.dot ? spec.precision : spec.width) += c;
+                (conv.dot ? conv.precision : conv.width) += c;
             } else if (c == L'.') {
-                if (spec.dot) return 118;
-                spec.dot = true;
+                if (conv.dot) return 118;
+                conv.dot = true;
             } else if (c == L'l' || c == L'L') {
                 if (modifier) return 119;
                 modifier = true;
@@ -175,7 +175,7 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
         const int arg = next++;
         if (type == L's' || type == L'S') {
             const Text text = args.TextAt(arg);
-            result += Format(spec.Printf(L's').c_str(), text.c_str());
+            result += Format(conv.Printf(L's').c_str(), text.c_str());
             continue;
         }
         double value = 0;
@@ -184,24 +184,24 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
         switch (type) {
         case L'd':
         case L'D':
-            result += Format(spec.Printf(L'd').c_str(), Low32(value));
+            result += Format(conv.Printf(L'd').c_str(), Low32(value));
             break;
         case L'x':
         case L'X':
-            result += Format(spec.Printf(type).c_str(), static_cast<uint32_t>(Low32(value)));
+            result += Format(conv.Printf(type).c_str(), static_cast<uint32_t>(Low32(value)));
             break;
         case L'f':
         case L'F':
         case L'g':
         case L'G': {
-            Text number = Format(spec.Printf(type == L'f' || type == L'F' ? L'f' : L'g').c_str(), value);
+            Text number = Format(conv.Printf(type == L'f' || type == L'F' ? L'f' : L'g').c_str(), value);
             const size_t point = number.find(L'.');
             if (point != Text::npos) number[point] = decimal;
             result += number;
             break;
         }
         default:
-            if (const int code = TimeText(spec, value, decimal, result)) return code;
+            if (const int code = TimeText(conv, value, decimal, result)) return code;
             break;
         }
     }

@@ -3,7 +3,7 @@
 // printf it renders seconds as hours, minutes and seconds ("%h"), and it puts
 // a table's decimal character in place of the point of "%f" and "%g".
 //
-// Specification: "%" [-] then digits with at most one "." and at most one "l"
+// A conversion: "%" [-] then digits with at most one "." and at most one "l"
 // or "L" anywhere among them, then the type:
 //   %%  "%"             %n  line feed         %t  eight blanks     %T  tab
 //   %s  text            %d  integer (32 bit)  %x %X  hexadecimal
