@@ -4,11 +4,11 @@
 
 #include <iterator>
 
+#include "expr/numeric_args.h"
 #include "macro/command_registry.h"
 #include "macro/compiler.h"
 #include "macro/frame.h"
 #include "macro/options.h"
-#include "expr/numeric_args.h"
 #include "shell/error_table.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
@@ -18,9 +18,8 @@ namespace {
 int InterpretCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
     auto* frame = dynamic_cast<CMacroFrame*>(shell.m_pFrame);
     if (!frame) return 8;
-    if (HasOption(options, L"Tt")) return 157;  // history tables arrive with the table item
+    if (HasOption(options, L"Tt")) return 157; // history tables arrive with the table item
     Text text;
-    size_t next = 1;
     if (HasOption(options, L"Ss")) {
         text = args.empty() ? Text() : args[0].text;
     } else {
@@ -32,27 +31,15 @@ int InterpretCommand(CShell& shell, CWords& args, COptions& options, int, Text& 
         return 0;
     }
     auto line = std::make_unique<CCodeLine>();
-    Text converted = ConvertSourceLine(text);
-    // Like any line of a macro, an interpreted line may be a jump or an EXIT.
-    size_t begin = 0;
-    while (begin < converted.size() && converted[begin] == L' ') ++begin;
-    size_t end = begin;
-    while (end < converted.size() && converted[end] > L' ') ++end;
-    const TextView first = TextView(converted).substr(begin, end - begin);
-    if (EqualNoCase(first, L"EXIT"))
-        line->flags = CCodeLine::EXIT;
-    else if (EqualNoCase(first, L"GOTO"))
-        line->flags = CCodeLine::COMPUTED_GOTO;
-    if (line->Kind() != CCodeLine::STATEMENT) converted.erase(0, end);
     line->sourceLine = frame->m_current;
     Text message;
-    if (!CompileLineText(converted, *line, message)) {
+    if (!CompileRunTimeLine(text, *line, message)) {
         result = L"1;" + message;
         return 0;
     }
     frame->m_pendingLine = std::move(line);
     frame->m_bPending = true;
-    shell.m_interpretTarget = next < args.size() ? args[next].text : Text(L"IRES");
+    shell.m_interpretTarget = args.size() > 1 ? args[1].text : Text(L"IRES");
     result = L"2;";
     return 0;
 }
@@ -85,4 +72,6 @@ constexpr CCommandRow kIoRows[] = {
 
 } // namespace
 
-void RegisterIoCommands() { CCommandRegistry::Register(kIoRows, std::size(kIoRows)); }
+void RegisterIoCommands() {
+    CCommandRegistry::Register(kIoRows, std::size(kIoRows));
+}

@@ -34,3 +34,8 @@ bool Compile(CMacroCode& code, const std::vector<Text>& headerWords, const std::
 // The kind already set in `line.flags` is kept: only a statement (kind 0) is
 // bound to a built-in command, and a control line may have no assignment.
 bool CompileLineText(TextView text, CCodeLine& line, Text& message);
+
+// A line made at run time from source text (a RUN on an idle shell, INTERPRET):
+// converted to the internal alphabet, and like any line of a macro it may be
+// a GOTO or an EXIT.
+bool CompileRunTimeLine(TextView sourceText, CCodeLine& line, Text& message);

@@ -184,3 +184,18 @@ bool CompileLineText(TextView text, CCodeLine& line, Text& message) {
     line.commandText.clear();
     return CPieceCutter(line, message).Cut(text);
 }
+
+bool CompileRunTimeLine(TextView sourceText, CCodeLine& line, Text& message) {
+    Text converted = ConvertSourceLine(sourceText);
+    size_t begin = 0;
+    while (begin < converted.size() && converted[begin] <= L' ' && converted[begin] != CODE_QUOTE) ++begin;
+    size_t end = begin;
+    while (end < converted.size() && converted[end] > L' ') ++end;
+    const TextView first = TextView(converted).substr(begin, end - begin);
+    if (EqualNoCase(first, L"EXIT"))
+        line.flags = CCodeLine::EXIT;
+    else if (EqualNoCase(first, L"GOTO"))
+        line.flags = CCodeLine::COMPUTED_GOTO;
+    if (line.Kind() != CCodeLine::STATEMENT) converted.erase(0, end);
+    return CompileLineText(converted, line, message);
+}

@@ -777,21 +777,9 @@ bool CMacroRuntime::RunFrames(CShell& shell) {
 }
 
 void CMacroRuntime::ExecuteText(CShell& shell, const Text& text) {
-    // A line sent to an idle shell may be a jump or an EXIT like any line of a macro.
-    Text converted = ConvertSourceLine(text);
-    size_t begin = 0;
-    while (begin < converted.size() && converted[begin] <= L' ' && converted[begin] != CODE_QUOTE) ++begin;
-    size_t end = begin;
-    while (end < converted.size() && converted[end] > L' ') ++end;
-    const TextView first = TextView(converted).substr(begin, end - begin);
     CCodeLine line;
-    if (EqualNoCase(first, L"EXIT"))
-        line.flags = CCodeLine::EXIT;
-    else if (EqualNoCase(first, L"GOTO"))
-        line.flags = CCodeLine::COMPUTED_GOTO;
-    if (line.Kind() != CCodeLine::STATEMENT) converted.erase(0, end);
     Text message;
-    if (!CompileLineText(converted, line, message)) {
+    if (!CompileRunTimeLine(text, line, message)) {
         shell.Env().Log(message);
         shell.SetResultCode(7);
         return;
