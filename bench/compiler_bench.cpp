@@ -3,7 +3,7 @@
 // COND, calls of commands and macros). Goal: the whole library in 150 ms.
 #include <benchmark/benchmark.h>
 
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/compiler.h"
 
 namespace {

@@ -11,7 +11,7 @@
 
 #include "app/startup.h"
 #include "base/event.h"
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/library_file.h"
 #include "macro/preprocessor.h"
 #include "shell/message_codes.h"

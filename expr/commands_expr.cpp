@@ -8,8 +8,8 @@
 #include "expr/format_engine.h"
 #include "expr/number_object.h"
 #include "expr/register_expr.h"
-#include "macro/command_registry.h"
-#include "macro/options.h"
+#include "shell/command_registry.h"
+#include "shell/options.h"
 #include "shell/shell.h"
 
 namespace {

@@ -5,10 +5,10 @@
 #include <iterator>
 
 #include "expr/numeric_args.h"
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/compiler.h"
 #include "macro/frame.h"
-#include "macro/options.h"
+#include "shell/options.h"
 #include "shell/error_table.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"

@@ -2,9 +2,9 @@
 // a source file to a library.
 #include "macro/commands_load.h"
 
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/library_file.h"
-#include "macro/options.h"
+#include "shell/options.h"
 #include "macro/source_loader.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"

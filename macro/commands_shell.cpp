@@ -4,10 +4,10 @@
 #include <cstdio>
 
 #include "expr/numeric_args.h"
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/commands_shell.h"
 #include "macro/frame.h"
-#include "macro/options.h"
+#include "shell/options.h"
 #include "shell/main_window.h"
 #include "shell/message_codes.h"
 #include "shell/shell.h"

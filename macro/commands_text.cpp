@@ -7,8 +7,8 @@
 
 #include "base/keyword_table.h"
 #include "expr/numeric_args.h"
-#include "macro/command_registry.h"
-#include "macro/options.h"
+#include "shell/command_registry.h"
+#include "shell/options.h"
 #include "shell/error_table.h"
 #include "shell/shell.h"
 

@@ -1,7 +1,7 @@
 // Cutting the text of one code line into pieces: literals, variable names,
 // inline commands (compiled recursively) and the assignment target, and
 // binding the first word to a built-in command.
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/compiler.h"
 
 namespace {

@@ -1,6 +1,6 @@
 #include "macro/dispatcher.h"
 
-#include "macro/options.h"
+#include "shell/options.h"
 #include "shell/error_table.h"
 #include "shell/shell.h"
 

@@ -1,7 +1,7 @@
 // The dispatcher of built-in commands: what all commands have in common.
 #pragma once
 
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 
 class CShell;
 

@@ -7,7 +7,7 @@
 
 #include "expr/format_engine.h"
 #include "expr/tests/ex_eval_fixture.h"
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 
 namespace {
 

@@ -2,7 +2,7 @@
 // words as the dispatcher hands them over: options already taken out.
 #include <gtest/gtest.h>
 
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/commands_text.h"
 #include "shell/frame.h"
 #include "shell/shell.h"

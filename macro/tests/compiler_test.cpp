@@ -5,7 +5,7 @@
 
 #include <algorithm>
 
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "macro/compiler.h"
 
 namespace {

@@ -2,7 +2,7 @@
 // the program check, the message loop.
 #include "macro/tests/macro_fixture.h"
 
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 #include "shell/item_kind.h"
 
 namespace {

@@ -1,4 +1,4 @@
-#include "macro/options.h"
+#include "shell/options.h"
 
 #include <cwchar>
 

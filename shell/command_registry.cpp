@@ -1,4 +1,4 @@
-#include "macro/command_registry.h"
+#include "shell/command_registry.h"
 
 #include <mutex>
 
