@@ -155,7 +155,8 @@ void CShellItemKind::Release(void* object) {
     AsItem(object)->Release();
 }
 
-int CShellItemKind::LockWord(CShell& shell, CShellItem& item, CWords& args, COptions& options, bool instance) {
+int CShellItemKind::LockWord(CShell& shell, CShellItem& item, CWords& args, COptions& options,
+                             bool instance) {
     if (args.empty() || args[0].kind != SWord::Plain) return -1;
     const Text& word = args[0].text;
     const bool quiet = HasOption(options, L"s");
@@ -185,7 +186,10 @@ int CShellItemKind::Set(CShell& shell, void* object, const Text& name, CWords& a
                         Text& result) {
     CShellItem& item = *AsItem(object);
     const int word = LockWord(shell, item, args, options, Kind() == KIND_INSTANCE);
-    if (word >= 0) return word;
+    if (word >= 0) {
+        result = IntText(word);
+        return word;
+    }
     if (!m_lockEachSet) return SetItem(shell, item, name, args, options, result);
     const bool wasOwner = item.Lock(&shell, false);
     const int code = SetItem(shell, item, name, args, options, result);

@@ -3,7 +3,9 @@
 #include "base/keyword_table.h"
 #include "expr/numeric_args.h"
 #include "expr/register_expr.h"
+#include "items/register_items.h"
 #include "macro/commands_io.h"
+#include "macro/commands_items.h"
 #include "macro/commands_load.h"
 #include "macro/commands_shell.h"
 #include "macro/commands_text.h"
@@ -23,5 +25,7 @@ void RegisterMacroLayer() {
     RegisterTextCommands();
     RegisterSourceLoading();
     RegisterIoCommands();
+    RegisterItemCommands();
+    RegisterItemLayer();
     RegisterExpressionLayer();
 }

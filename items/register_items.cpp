@@ -1,0 +1,7 @@
+#include "items/register_items.h"
+
+#include "items/value_item.h"
+
+void RegisterItemLayer() {
+    RegisterValues();
+}
