@@ -1,5 +1,7 @@
 #include "app/headless.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <iostream>
 #include <mutex>
@@ -12,8 +14,17 @@
 #include "shell/shell_env.h"
 
 void CHeadlessWindow::PostOrder(int order, std::unique_ptr<SPayload> payload) {
-    if (order != ORDER_LOG_FILE) return;
     std::lock_guard lock(m_mutex);
+    if (order == ORDER_SHOW) {
+        if (auto* main = dynamic_cast<SMainWindowPayload*>(payload.get())) main->ApplyTo(m_state);
+        return;
+    }
+    if (order == ORDER_BEEP) {
+        // Every kind of sound is the terminal's bell; a log captured in a file gets no control characters.
+        if (::isatty(STDERR_FILENO)) std::fputs("\a", stderr);
+        return;
+    }
+    if (order != ORDER_LOG_FILE) return;
     auto* path = dynamic_cast<STextPayload*>(payload.get());
     if (!m_log.OpenFile(path ? path->text : Text()))
         std::fprintf(stderr, "kvo: cannot open log file %s\n", ToUtf8(path->text).c_str());
@@ -27,6 +38,16 @@ void CHeadlessWindow::PostLog(const Text& line, bool clear) {
     std::fwrite(bytes.data(), 1, bytes.size(), stdout);
     std::fputc('\n', stdout);
     std::fflush(stdout);
+}
+
+bool CHeadlessWindow::MainWindowState(SMainWindowState& out) {
+    std::lock_guard lock(m_mutex);
+    out = m_state;
+    return true;
+}
+
+bool CHeadlessWindow::DesktopMetrics(SDesktopMetrics&) {
+    return false; // no screen
 }
 
 void CHeadlessWindow::PostShellEnded() {

@@ -5,10 +5,13 @@
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
+#include <QFontDatabase>
+#include <QGuiApplication>
 #include <QListWidget>
 #include <QMenuBar>
 #include <QMessageBox>
 #include <QMimeData>
+#include <QScreen>
 #include <QThread>
 #include <QUrl>
 #include <QVBoxLayout>
@@ -92,6 +95,10 @@ void CMainDialog::PostShellEnded() {
 void CMainDialog::ExecuteOrder(int order, SPayload* payload) {
     switch (order) {
     case ORDER_SHOW:
+        if (auto* main = dynamic_cast<SMainWindowPayload*>(payload)) {
+            ApplyMainWindow(*main);
+            break;
+        }
         m_bOwnStateChange = true;
         showNormal();
         m_bOwnStateChange = false;
@@ -119,6 +126,10 @@ void CMainDialog::ExecuteOrder(int order, SPayload* payload) {
         if (!m_log.OpenFile(file)) AddLogLine(Format(L"cannot open log file \"%s\"", file.c_str()), false);
         break;
     }
+    case ORDER_BEEP:
+        // Qt knows one sound; every kind and every tone rings it.
+        QApplication::beep();
+        break;
     case ORDER_HIDE:
         m_bOwnStateChange = true;
         hide();
@@ -127,6 +138,90 @@ void CMainDialog::ExecuteOrder(int order, SPayload* payload) {
     default:
         break;
     }
+}
+
+// The window modes of MSG MAIN: NOWINDOW and HIDDEN hide the window, VISIBLE
+// and ENABLED show it; HIDDEN and ENABLED leave it enabled. The show state
+// comes first, the mode after it, as with displays.
+void CMainDialog::ApplyMainWindow(const SMainWindowPayload& order) {
+    m_bOwnStateChange = true;
+    const SMainWindowState& s = order.state;
+    if (order.fields & SMainWindowPayload::SHOW) {
+        if (s.show == L"MINIMIZED") {
+            showMinimized();
+        } else if (s.show == L"MAXIMIZED") {
+            showMaximized();
+        } else if (s.show == L"RESTORED") {
+            showNormal();
+        } else {
+            show();
+        }
+    }
+    if (order.fields & SMainWindowPayload::MODE) {
+        m_mode = s.mode;
+        setEnabled(s.mode == L"HIDDEN" || s.mode == L"ENABLED");
+        if (s.mode == L"NOWINDOW" || s.mode == L"HIDDEN") {
+            hide();
+        } else {
+            show();
+        }
+    }
+    QRect frame = geometry();
+    if (order.fields & SMainWindowPayload::LEFT) frame.moveLeft(s.left);
+    if (order.fields & SMainWindowPayload::TOP) frame.moveTop(s.top);
+    if (order.fields & SMainWindowPayload::WIDTH) frame.setWidth(s.width);
+    if (order.fields & SMainWindowPayload::HEIGHT) frame.setHeight(s.height);
+    if (order.fields & (SMainWindowPayload::LEFT | SMainWindowPayload::TOP | SMainWindowPayload::WIDTH |
+                        SMainWindowPayload::HEIGHT))
+        setGeometry(frame);
+    if (order.fields & SMainWindowPayload::TITLE) setWindowTitle(ToQt(s.title));
+    m_bOwnStateChange = false;
+}
+
+void CMainDialog::OnGuiThread(const std::function<void()>& work) {
+    if (QThread::currentThread() == thread()) {
+        work();
+    } else {
+        QMetaObject::invokeMethod(this, work, Qt::BlockingQueuedConnection);
+    }
+}
+
+bool CMainDialog::MainWindowState(SMainWindowState& out) {
+    OnGuiThread([this, &out] {
+        out.mode = m_mode;
+        out.show = isMinimized() ? L"MINIMIZED" : isMaximized() ? L"MAXIMIZED" : L"RESTORED";
+        const QRect frame = geometry();
+        out.left = frame.left();
+        out.top = frame.top();
+        out.width = frame.width();
+        out.height = frame.height();
+        out.title = windowTitle().toStdWString();
+    });
+    return true;
+}
+
+bool CMainDialog::DesktopMetrics(SDesktopMetrics& out) {
+    bool any = false;
+    OnGuiThread([&out, &any] {
+        const QList<QScreen*> screens = QGuiApplication::screens();
+        QScreen* primary = QGuiApplication::primaryScreen();
+        if (screens.isEmpty() || !primary) return;
+        const QRect desktop = primary->virtualGeometry();
+        out.monitors = static_cast<int>(screens.size());
+        out.left = desktop.left();
+        out.top = desktop.top();
+        out.width = desktop.width();
+        out.height = desktop.height();
+        any = true;
+    });
+    return any;
+}
+
+bool CMainDialog::FontFamilies(std::vector<Text>& out) {
+    OnGuiThread([&out] {
+        for (const QString& family : QFontDatabase::families()) out.push_back(family.toStdWString());
+    });
+    return true;
 }
 
 void CMainDialog::AddLogLine(const Text& line, bool clear) {

@@ -7,6 +7,7 @@
 #pragma once
 
 #include <QMainWindow>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -41,6 +42,9 @@ public:
     void PostOrder(int order, std::unique_ptr<SPayload> payload) override;
     void PostLog(const Text& line, bool clear = false) override;
     void PostShellEnded() override;
+    bool MainWindowState(SMainWindowState& out) override;
+    bool DesktopMetrics(SDesktopMetrics& out) override;
+    bool FontFamilies(std::vector<Text>& out) override;
     // The program check box: a shell thread waits here while the GUI thread asks.
     int ProgramCheck(const Text& text) override;
 
@@ -62,6 +66,9 @@ private:
 
     // GUI thread only from here on.
     void ExecuteOrder(int order, SPayload* payload);
+    void ApplyMainWindow(const SMainWindowPayload& order);
+    // Runs `work` on the GUI thread and waits for it (a shell asking the window).
+    void OnGuiThread(const std::function<void()>& work);
     void AddLogLine(const Text& line, bool clear);
     void OnShellEnded();
     void BuildMenuBar();
@@ -82,4 +89,6 @@ private:
     CLogList m_log;
     // Set while the window changes its own state by an order, which is no user's doing.
     bool m_bOwnStateChange = false;
+    // The mode word of the last MSG MAIN ("VISIBLE" until one comes).
+    Text m_mode = L"VISIBLE";
 };

@@ -1,15 +1,19 @@
-// INTERPRET (a text compiled at run time becomes the frame's next line),
-// WRITELOG (a line to the log) and EMSG (the message of a code).
+// INTERPRET (a text compiled at run time becomes the frame's next line, with
+// an optional input history), WRITELOG (a line to the log, joined or
+// formatted) and EMSG (the message of a code, or of all codes into a table).
 #include "macro/commands_io.h"
 
 #include <iterator>
 
+#include "expr/format_engine.h"
 #include "expr/numeric_args.h"
-#include "shell/command_registry.h"
+#include "macro/commands_tables.h"
 #include "macro/compiler.h"
 #include "macro/frame.h"
-#include "shell/options.h"
+#include "shell/command_registry.h"
 #include "shell/error_table.h"
+#include "shell/item_kind.h"
+#include "shell/options.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -18,9 +22,15 @@ namespace {
 int InterpretCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
     auto* frame = dynamic_cast<CMacroFrame*>(shell.m_pFrame);
     if (!frame) return 8;
-    if (HasOption(options, L"Tt")) return 157; // history tables arrive with the table item
     Text text;
-    if (HasOption(options, L"Ss")) {
+    size_t next = 1; // the word after the source of the text
+    if (HasOption(options, L"Tt")) {
+        // The table's entry; a missing table or row leaves the text empty.
+        const Text row = args.size() > 1 && args[1].text != L"*" ? args[1].text : Text();
+        const int rc = TableRowText(shell, args[0].text, row, text);
+        if (rc != 0 && rc != 64 && rc != 65) return rc;
+        next = 2;
+    } else if (HasOption(options, L"Ss")) {
         text = args.empty() ? Text() : args[0].text;
     } else {
         text = shell.GetVar(args.empty() ? Text(L"ICMD") : args[0].text);
@@ -37,9 +47,14 @@ int InterpretCommand(CShell& shell, CWords& args, COptions& options, int, Text& 
         result = L"1;" + message;
         return 0;
     }
+    // A table behind the target keeps the input history.
+    if (args.size() > next + 1 && shell.FindItem(args[next + 1].text, KIND_TABLE)) {
+        const int rc = AddHistoryEntry(shell, args[next + 1].text, text);
+        if (rc != 0) return rc;
+    }
     frame->m_pendingLine = std::move(line);
     frame->m_bPending = true;
-    shell.m_interpretTarget = args.size() > 1 ? args[1].text : Text(L"IRES");
+    shell.m_interpretTarget = args.size() > next && args[next].text != L"*" ? args[next].text : Text(L"IRES");
     result = L"2;";
     return 0;
 }
@@ -47,20 +62,43 @@ int InterpretCommand(CShell& shell, CWords& args, COptions& options, int, Text& 
 int WriteLogCommand(CShell& shell, CWords& args, COptions& options, int, Text&) {
     CShellEnv& env = shell.Env();
     if (HasOption(options, L"Cc")) env.ClearLog();
-    Text line = JoinWords(args);
+    Text line;
+    if (HasOption(options, L"Ff")) {
+        // The first word is the format, the others its values.
+        if (args.empty()) return 2;
+        std::vector<Text> values;
+        for (size_t i = 1; i < args.size(); ++i) values.push_back(args[i].text);
+        int error = 0;
+        if (!FormatText(static_cast<int>(values.size()), values.data(), args[0].text, line, error))
+            return error;
+    } else {
+        line = JoinWords(args);
+    }
     for (const SOption& o : options)
         if (o.letter == L'N' || o.letter == L'n') line += L'\n';
     env.Log(line);
     return 0;
 }
 
-int EmsgCommand(CShell&, CWords& args, COptions&, int, Text& result) {
+Text CodeMessage(int code) {
+    return Format(L"%s %d: %s", IsWarning(code) ? L"warning" : L"error", code, ErrorText(code).c_str());
+}
+
+// EMSG code: the message of one code. EMSG table: the table is filled with
+// the messages of all codes, 0 to 486, one row each; the result is their count.
+int EmsgCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
+    if (shell.FindItem(args[0].text, KIND_TABLE)) {
+        std::vector<Text> messages;
+        for (int c = 0; c <= kErrorCount; ++c) messages.push_back(CodeMessage(c));
+        const int rc = AppendTableEntries(shell, args[0].text, messages, Text(), true);
+        if (rc != 0) return rc;
+        result = IntText(static_cast<long long>(messages.size()));
+        return 0;
+    }
     long long code = 0;
-    // Tables of all messages arrive with the table item.
     if (!EvalInteger(args[0].text, code)) return 115;
     if (code < 0 || code > 486) code = 486;
-    const int c = static_cast<int>(code);
-    result = Format(L"%s %d: %s", IsWarning(c) ? L"warning" : L"error", c, ErrorText(c).c_str());
+    result = CodeMessage(static_cast<int>(code));
     return 0;
 }
 

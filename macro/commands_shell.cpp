@@ -4,12 +4,13 @@
 #include <cstdio>
 
 #include "expr/numeric_args.h"
-#include "shell/command_registry.h"
 #include "macro/commands_shell.h"
+#include "macro/commands_tables.h"
 #include "macro/frame.h"
-#include "shell/options.h"
+#include "shell/command_registry.h"
 #include "shell/main_window.h"
 #include "shell/message_codes.h"
+#include "shell/options.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -84,6 +85,88 @@ int MsgDebug(CShell& shell, CWords& args, Text& result) {
     }
 }
 
+constexpr const wchar_t* kModeKeywords[] = {L"NOWINDOW", L"HIDDEN", L"VISIBLE", L"ENABLED", nullptr};
+const CKeywordTable kModeTable(kModeKeywords);
+constexpr const wchar_t* kShowKeywords[] = {L"MINIMIZED", L"RESTORED", L"MAXIMIZED", L"SHOW", nullptr};
+const CKeywordTable kShowTable(kShowKeywords);
+
+// MSG MAIN mode? show? left? top? width? height? title?: '*' leaves a value.
+// The answer is the window's state with the given values over it, whether or
+// not the window has applied them yet.
+int MsgMain(CShell& shell, CWords& args, Text& result) {
+    auto order = std::make_unique<SMainWindowPayload>();
+    SMainWindowState& given = order->state;
+    const auto present = [&](size_t i) { return args.size() > i && args[i].text != L"*"; };
+    if (present(1)) {
+        const int mode = kModeTable.Find(args[1].text, true);
+        if (mode < 0) return 65;
+        given.mode = kModeKeywords[mode];
+        order->fields |= SMainWindowPayload::MODE;
+    }
+    if (present(2)) {
+        const int show = kShowTable.Find(args[2].text, true);
+        if (show < 0) return 66;
+        given.show = kShowKeywords[show];
+        order->fields |= SMainWindowPayload::SHOW;
+    }
+    int* geometry[] = {&given.left, &given.top, &given.width, &given.height};
+    for (size_t i = 0; i < 4; ++i) {
+        if (!present(3 + i)) continue;
+        long long value = 0;
+        if (!EvalInteger(args[3 + i].text, value)) return 67 + static_cast<int>(i);
+        // A size counts only above 0.
+        if (i >= 2 && value <= 0) continue;
+        *geometry[i] = static_cast<int>(value);
+        order->fields |= SMainWindowPayload::LEFT << i;
+    }
+    if (present(7)) {
+        given.title = JoinWords(args, 7);
+        order->fields |= SMainWindowPayload::TITLE;
+    }
+    CShellEnv& env = shell.Env();
+    SMainWindowState state;
+    if (IMainWindow* window = env.MainWnd()) window->MainWindowState(state);
+    order->ApplyTo(state);
+    if (order->fields) env.PostOrder(ORDER_SHOW, std::move(order));
+    result = Format(L"%s %s %d %d %d %d %s", state.mode.c_str(), state.show.c_str(), state.left, state.top,
+                    state.width, state.height, state.title.c_str());
+    shell.SetVar(L"#MSG", result);
+    return 0;
+}
+
+// MSG BEEP: /A, /E, /H, /Q, /O choose a system sound, /S the simple beep;
+// without one, "MSG BEEP freq ms" is a tone (1000 Hz, 500 ms by default).
+int MsgBeep(CShell& shell, CWords& args, COptions& options) {
+    auto beep = std::make_unique<SBeepPayload>();
+    static constexpr int kSounds[] = {-1, 64, 48, 16, 32, 0};
+    const SOption* kind = FindOption(options, L"SAEHQO");
+    if (kind) {
+        beep->sound = kSounds[std::wstring_view(L"SAEHQO").find(kind->letter)];
+    } else if (args.size() >= 3) {
+        long long frequency = 1000;
+        long long duration = 500;
+        if (args[1].text != L"*" && !EvalInteger(args[1].text, frequency)) return 65;
+        if (args[2].text != L"*" && !EvalInteger(args[2].text, duration)) return 66;
+        beep->frequency = static_cast<int>(frequency);
+        beep->duration = static_cast<int>(duration);
+    }
+    shell.Env().PostOrder(ORDER_BEEP, std::move(beep));
+    return 0;
+}
+
+int MsgDesktop(CShell& shell, Text& result) {
+    SDesktopMetrics desktop;
+    IMainWindow* window = shell.Env().MainWnd();
+    if (window && window->DesktopMetrics(desktop)) {
+        result = Format(L"%d %d %d %d %d", desktop.monitors, desktop.left, desktop.top, desktop.width,
+                        desktop.height);
+    } else {
+        result.clear();
+    }
+    shell.SetVar(L"#MSG", result);
+    return 0;
+}
+
 int MsgCommand(CShell& shell, CWords& args, COptions& options, int selector, Text& result) {
     CShellEnv& env = shell.Env();
     // The keyword stays the first argument for the forms that count words from it.
@@ -146,9 +229,18 @@ int MsgCommand(CShell& shell, CWords& args, COptions& options, int selector, Tex
         if (args.size() < 2) return 2;
         auto menu = std::make_unique<SMenuPayload>();
         menu->title = args[1].text;
-        for (size_t i = 2; i < args.size(); ++i) {
+        std::vector<Text> texts;
+        if (HasOption(options, L"Tt")) {
+            // The first field of the table's rows are the items.
+            if (args.size() < 3) return 66;
+            const int rc = TableFirstFields(shell, args[2].text, texts);
+            if (rc != 0) return rc == 64 ? 66 : rc;
+        } else {
+            for (size_t i = 2; i < args.size(); ++i) texts.push_back(args[i].text);
+        }
+        for (const Text& text : texts) {
             SMenuItem item;
-            item.text = args[i].text;
+            item.text = text;
             if (item.text == L"-") item.flags = MENU_SEPARATOR;
             menu->items.push_back(std::move(item));
         }
@@ -158,13 +250,13 @@ int MsgCommand(CShell& shell, CWords& args, COptions& options, int selector, Tex
     case MSG_KW_DEBUG:
         return MsgDebug(shell, args, result);
     case MSG_KW_BEEP:
-        // No system sounds on a Linux desktop session: the terminal bell stands for every kind.
-        std::fputs("\a", stderr);
-        return 0;
+        return MsgBeep(shell, args, options);
     case MSG_KW_DESKTOP:
+        return MsgDesktop(shell, result);
     case MSG_KW_MAIN:
+        return MsgMain(shell, args, result);
     default:
-        return 157;
+        return 64;
     }
 }
 

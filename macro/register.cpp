@@ -7,7 +7,9 @@
 #include "macro/commands_io.h"
 #include "macro/commands_items.h"
 #include "macro/commands_load.h"
+#include "macro/commands_misc.h"
 #include "macro/commands_shell.h"
+#include "macro/commands_system.h"
 #include "macro/commands_text.h"
 #include "macro/execution.h"
 
@@ -25,6 +27,8 @@ void RegisterMacroLayer() {
     RegisterTextCommands();
     RegisterSourceLoading();
     RegisterIoCommands();
+    RegisterSystemCommands();
+    RegisterMiscCommands();
     RegisterItemCommands();
     RegisterItemLayer();
     RegisterExpressionLayer();

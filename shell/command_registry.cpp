@@ -32,3 +32,10 @@ const CCommandRow* CCommandRegistry::Find(TextView name) {
 size_t CCommandRegistry::Count() {
     return Rows().Count();
 }
+
+std::vector<Text> CCommandRegistry::Names() {
+    std::lock_guard lock(g_registerLock);
+    std::vector<Text> names;
+    for (auto* e = Rows().First(); e; e = e->next) names.push_back(e->key);
+    return names;
+}

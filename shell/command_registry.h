@@ -3,6 +3,8 @@
 // a row once, and the dispatcher runs the row's function.
 #pragma once
 
+#include <vector>
+
 #include "base/keyword_table.h"
 #include "base/name_list.h"
 #include "shell/words.h"
@@ -34,4 +36,6 @@ public:
     // Exact, case-insensitive; command names are never abbreviated.
     static const CCommandRow* Find(TextView name);
     static size_t Count();
+    // The names of all rows, in the order of their first registration.
+    static std::vector<Text> Names();
 };

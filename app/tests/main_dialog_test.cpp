@@ -4,6 +4,8 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QFontDatabase>
+#include <QGuiApplication>
 #include <QDropEvent>
 #include <QListWidget>
 #include <QMenu>
@@ -440,6 +442,80 @@ TEST_F(MainDialogTest, ProgramCheckOnTheGuiThreadOnlyLogs) {
     Deliver();
     ASSERT_FALSE(Lines().empty());
     EXPECT_EQ(Lines().back(), L"early failure");
+}
+
+} // namespace
+
+namespace {
+
+// A shell's thread asks the window; the GUI thread answers while it runs its events.
+template <class Ask>
+void AskFromOtherThread(Ask ask) {
+    std::atomic<bool> done{false};
+    std::thread asker([&] {
+        ask();
+        done = true;
+    });
+    while (!done) QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+    asker.join();
+}
+
+TEST_F(MainDialogTest, MsgMainOrdersChangeOnlyTheGivenPartsAndReadBack) {
+    m_dialog->show();
+    Deliver();
+    auto order = std::make_unique<SMainWindowPayload>();
+    order->fields = SMainWindowPayload::LEFT | SMainWindowPayload::WIDTH | SMainWindowPayload::HEIGHT |
+                    SMainWindowPayload::TITLE;
+    order->state.left = 40;
+    order->state.width = 420;
+    order->state.height = 260;
+    order->state.title = L"Kvo test";
+    const int top = m_dialog->geometry().top();
+    m_dialog->PostOrder(ORDER_SHOW, std::move(order));
+    Deliver();
+
+    SMainWindowState state;
+    AskFromOtherThread([&] { EXPECT_TRUE(m_dialog->MainWindowState(state)); });
+    EXPECT_EQ(state.left, 40);
+    EXPECT_EQ(state.top, top) << "a part not given stays";
+    EXPECT_EQ(state.width, 420);
+    EXPECT_EQ(state.height, 260);
+    EXPECT_EQ(state.title, L"Kvo test");
+    EXPECT_EQ(state.mode, L"VISIBLE");
+
+    auto hide = std::make_unique<SMainWindowPayload>();
+    hide->fields = SMainWindowPayload::MODE;
+    hide->state.mode = L"HIDDEN";
+    m_dialog->PostOrder(ORDER_SHOW, std::move(hide));
+    Deliver();
+    EXPECT_FALSE(m_dialog->isVisible());
+    EXPECT_TRUE(m_dialog->isEnabled()) << "HIDDEN leaves the window enabled";
+    EXPECT_TRUE(m_dialog->MainWindowState(state)) << "asked on the GUI thread itself";
+    EXPECT_EQ(state.mode, L"HIDDEN");
+
+    auto show = std::make_unique<SMainWindowPayload>();
+    show->fields = SMainWindowPayload::MODE;
+    show->state.mode = L"ENABLED";
+    m_dialog->PostOrder(ORDER_SHOW, std::move(show));
+    Deliver();
+    EXPECT_TRUE(m_dialog->isVisible());
+    EXPECT_TRUE(m_dialog->isEnabled());
+}
+
+TEST_F(MainDialogTest, DesktopMetricsAndFontsComeFromTheSystem) {
+    SDesktopMetrics desktop;
+    bool answered = false;
+    AskFromOtherThread([&] { answered = m_dialog->DesktopMetrics(desktop); });
+    ASSERT_TRUE(answered);
+    EXPECT_EQ(desktop.monitors, static_cast<int>(QGuiApplication::screens().size()));
+    EXPECT_GT(desktop.width, 0);
+    EXPECT_GT(desktop.height, 0);
+    std::vector<Text> fonts;
+    AskFromOtherThread([&] { EXPECT_TRUE(m_dialog->FontFamilies(fonts)); });
+    EXPECT_EQ(fonts.size(), static_cast<size_t>(QFontDatabase::families().size()));
+    m_dialog->PostOrder(ORDER_BEEP, std::make_unique<SBeepPayload>());
+    Deliver(); // a beep has nothing to show; it must not disturb the window
+    EXPECT_TRUE(m_dialog->isEnabled());
 }
 
 } // namespace

@@ -1,0 +1,3 @@
+#pragma once
+// LIST, TRANSLATE and KVOCONSTANTS.
+void RegisterMiscCommands();
