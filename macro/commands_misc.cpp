@@ -56,9 +56,10 @@ int ListCommand(CShell& shell, CWords& args, COptions&, int selector, Text& resu
     ListNames(shell, selector, names);
     if (!args.empty()) {
         bool clear = false;
-        if (args.size() > 3) {
+        // The keyword is gone from the words: the table is the first, the truth value the third.
+        if (args.size() > 2) {
             long long flag = 0;
-            if (!EvalInteger(args[3].text, flag)) return 67;
+            if (!EvalInteger(args[2].text, flag)) return 67;
             clear = flag != 0;
         }
         const Text field = args.size() > 1 && args[1].text != L"*" ? args[1].text : Text();

@@ -1,6 +1,5 @@
 // What the commands of this folder do with table items: filling lists into
-// a table, reading a row's text, keeping an input history. A build without
-// the table item answers every call with 157 ("not (yet) supported").
+// a table, reading a row's text, keeping an input history.
 #pragma once
 
 #include <vector>

@@ -449,8 +449,7 @@ TEST_F(MainDialogTest, ProgramCheckOnTheGuiThreadOnlyLogs) {
 namespace {
 
 // A shell's thread asks the window; the GUI thread answers while it runs its events.
-template <class Ask>
-void AskFromOtherThread(Ask ask) {
+template <class Ask> void AskFromOtherThread(Ask ask) {
     std::atomic<bool> done{false};
     std::thread asker([&] {
         ask();
