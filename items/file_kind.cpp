@@ -294,6 +294,10 @@ int TypeOption(const COptions& options) {
     return FILE_TYPE_FILE;
 }
 
+// Text files read by default, /W writes (emptying the file), /A appends. The
+// record files and section files are opened for writing unless /R is given,
+// keeping their content unless /D is given; a missing one is made empty, so
+// that a macro can build a new section file with SAVE and SYNC.
 int AccessOptions(int type, const COptions& options) {
     const bool empty = HasOption(options, L"Dd");
     switch (type) {

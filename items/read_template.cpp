@@ -50,7 +50,7 @@ public:
         if (m_pos >= m_cells.size()) return false;
         const size_t at = Find(literal);
         const size_t end = at == Text::npos ? m_cells.size() : at;
-        out = Part(m_pos, end);
+        out = Piece(m_pos, end);
         m_pos = at == Text::npos ? m_cells.size() : at + Literal(literal).size();
         return true;
     }
@@ -58,7 +58,7 @@ public:
     bool Rest(Text& out) {
         if (!m_keep) SkipBlanks();
         if (m_pos >= m_cells.size()) return false;
-        out = Part(m_pos, m_cells.size());
+        out = Piece(m_pos, m_cells.size());
         m_pos = m_cells.size();
         return true;
     }
@@ -112,7 +112,7 @@ private:
     }
     // Trimmed unless the parts are kept as they stand; a part that is one
     // quoted word loses its quotes.
-    Text Part(size_t begin, size_t end) const {
+    Text Piece(size_t begin, size_t end) const {
         if (!m_keep) {
             while (begin < end && IsBlank(begin)) ++begin;
             while (end > begin && IsBlank(end - 1)) --end;

@@ -133,6 +133,7 @@ bool CShellFile::LookUp() {
     m_bFound = !path.empty() && ::stat(path.c_str(), &st) == 0;
     if (!m_bFound) return false;
     m_bDirectory = S_ISDIR(st.st_mode);
+    // Devices, pipes and sockets are what "System" stands for on this platform.
     m_bSystem = !m_bDirectory && !S_ISREG(st.st_mode);
     m_bReadOnly = ::access(path.c_str(), W_OK) != 0;
     m_created = BirthTime(path, st);

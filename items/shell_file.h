@@ -58,12 +58,12 @@ struct SFileLine {
     bool heading = false;
 };
 
-// The XML part of a file item lives with the XML document code; the file item
+// The XML document of a file item lives with the XML document code; the file item
 // only keeps it alive. Until that code registers its hooks, every XML path of
 // a file item answers 157.
-class CFileXmlPart {
+class CFileXmlData {
 public:
-    virtual ~CFileXmlPart() = default;
+    virtual ~CFileXmlData() = default;
 };
 
 class CShellFile;
@@ -158,9 +158,9 @@ public:
     int m_nRawRow = 0;
     SRecord m_rawRecord;
 
-    // Section lines and the XML part.
+    // Section lines and the XML document.
     std::vector<SFileLine> m_lines;
-    std::unique_ptr<CFileXmlPart> m_pXml;
+    std::unique_ptr<CFileXmlData> m_pXml;
 
     // The open file and the modified flag.
     int m_fd = -1;

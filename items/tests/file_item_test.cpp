@@ -170,7 +170,9 @@ TEST_F(FileItemTest, NewFileThroughTheMacroLanguage) {
              WPath("none.txt") +
              L"' /T /I\n"
              L"@quietrc := SET $RC\n"
-             L"NEW FILE b '" + WPath("n.bin") + L"' /B\n"
+             L"NEW FILE b '" +
+             WPath("n.bin") +
+             L"' /B\n"
              L"READ b #x\n"
              L"@readrc := SET $RC\n");
     EXPECT_EQ(Global(L"name").substr(0, 2), L"F#");

@@ -62,6 +62,20 @@ TEST_F(FileTablesTest, SectionsLoadSaveListAndSync) {
     EXPECT_EQ(ReadBytes("s.kvs"), "[MACRO two]\r\nb 2\r\nc 3\r\n[MACRO one]\r\nb 2\r\nc 3\r\n");
 }
 
+TEST_F(FileTablesTest, NewSectionFileBuiltBySaveAndSync) {
+    EXPECT_EQ(New(L"r", WPath("new.kvs") + L" /S /R"), MapErrno(ENOENT, false, 333));
+    ASSERT_EQ(New(L"s", WPath("new.kvs") + L" /S"), 0);
+    CShellTable* table = Table(L"t");
+    ASSERT_EQ(AppendTableRows(table, {L"#a := 1", L"WRITELOG done"}), 0);
+    ASSERT_EQ(Set(L"s", L"SAVE t MACRO main"), 0);
+    ASSERT_EQ(Set(L"s", L"SYNC"), 0);
+    EXPECT_EQ(ReadBytes("new.kvs"), "[MACRO main]\r\n#a := 1\r\nWRITELOG done\r\n");
+    // Read only: SAVE changes the lines in memory, SYNC cannot write them.
+    ASSERT_EQ(New(L"ro", WPath("new.kvs") + L" /S /R"), 0);
+    ASSERT_EQ(Set(L"ro", L"SAVE t MACRO other"), 0);
+    EXPECT_EQ(Set(L"ro", L"SYNC"), 218);
+}
+
 TEST_F(FileTablesTest, RecordsIntoAndOutOfParameterTables) {
     CShellFile* file = nullptr;
     ASSERT_EQ(New(L"b", WPath("r.bin") + L" /B", &file), 0);
@@ -84,11 +98,11 @@ TEST_F(FileTablesTest, RecordsIntoAndOutOfParameterTables) {
 
 TEST_F(FileTablesTest, ReadAndReadTabFromTableEntries) {
     CShellTable* table = Table(L"t");
-    ASSERT_EQ(AppendTableRows(table, {L"alpha beta", L"x;y"}), 0);
+    ASSERT_EQ(AppendTableRows(table, {L"alpha beta", L"x,y"}), 0);
     RunMacro(L"READ t 0 #a #b\n"
              L"@a := $#a\n"
              L"@b := $#b\n"
-             L"READTAB t 1 #c ';' #d\n"
+             L"READTAB t 1 #c ',' #d\n"
              L"@c := $#c\n"
              L"@d := $#d\n"
              L"READ t 1 #e /C=0\n"
@@ -98,7 +112,7 @@ TEST_F(FileTablesTest, ReadAndReadTabFromTableEntries) {
     EXPECT_EQ(Global(L"b"), L"beta");
     EXPECT_EQ(Global(L"c"), L"x");
     EXPECT_EQ(Global(L"d"), L"y");
-    EXPECT_EQ(Global(L"e"), L"x;y");
+    EXPECT_EQ(Global(L"e"), L"x,y");
     EXPECT_EQ(Global(L"bad"), L"0");
 }
 

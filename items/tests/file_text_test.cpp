@@ -83,6 +83,10 @@ TEST_F(FileTextTest, OpeningFailuresAndStateCodes) {
     const int quiet = New(L"m", WPath("missing.txt") + L" /T /I");
     EXPECT_TRUE(IsWarning(quiet)) << quiet;
     EXPECT_EQ(New(L"n", L" /T"), 2);
+    // A text longer than a signed 32-bit length (sparse: nothing is read).
+    WriteBytes("big.txt", "");
+    std::filesystem::resize_file(PathOf("big.txt"), 0x80000000ull);
+    EXPECT_EQ(New(L"big", WPath("big.txt") + L" /T"), 107);
 
     WriteBytes("r.txt", "x\r\n");
     CShellFile* reader = nullptr;
