@@ -1,0 +1,342 @@
+// The file item's names, attributes, opening and directory searches.
+#include "items/shell_file.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <fnmatch.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <string>
+
+#include "base/keyword_table.h"
+#include "items/text_codec.h"
+#include "shell/error_table.h"
+
+namespace {
+
+std::atomic<const SXmlFileHooks*> g_xmlHooks{nullptr};
+
+Text TimeText(time_t t) {
+    struct tm local {};
+    localtime_r(&t, &local);
+    return Format(L"%.04d.%.02d.%.02d  %.02d.%.02d", local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
+                  local.tm_hour, local.tm_min);
+}
+
+const wchar_t* TypeName(int type) {
+    switch (type) {
+    case FILE_TYPE_LIST:
+        return L"LIST";
+    case FILE_TYPE_TEXT:
+        return L"TEXT";
+    case FILE_TYPE_BINARY:
+        return L"BINARY";
+    case FILE_TYPE_SECTION:
+        return L"SECTION";
+    case FILE_TYPE_XML:
+        return L"XML";
+    case FILE_TYPE_GDX:
+        return L"GDX";
+    default:
+        return L"FILE";
+    }
+}
+
+static constexpr const wchar_t* kAttributes[] = {
+    L"PATH",     L"DRIVE",      L"DIRECTORY", L"NAME",    L"EXTENSION", L"CREATED",
+    L"MODIFIED", L"ATTRIBUTES", L"ACCESS",    L"SIZE",    L"TYPE",      L"SHELL",
+    L"USERS",    L"LASTACCESS", L"BININFO",   L"CHANGED", nullptr};
+enum {
+    ATTR_PATH,
+    ATTR_DRIVE,
+    ATTR_DIRECTORY,
+    ATTR_NAME,
+    ATTR_EXTENSION,
+    ATTR_CREATED,
+    ATTR_MODIFIED,
+    ATTR_ATTRIBUTES,
+    ATTR_ACCESS,
+    ATTR_SIZE,
+    ATTR_TYPE,
+    ATTR_SHELL,
+    ATTR_USERS,
+    ATTR_LASTACCESS,
+    ATTR_BININFO,
+    ATTR_CHANGED,
+};
+
+// Creation time where the file system keeps one, else the time of the last status change.
+time_t BirthTime(const std::string& path, const struct stat& st) {
+#ifdef STATX_BTIME
+    struct statx sx {};
+    if (statx(AT_FDCWD, path.c_str(), 0, STATX_BTIME, &sx) == 0 && (sx.stx_mask & STATX_BTIME))
+        return static_cast<time_t>(sx.stx_btime.tv_sec);
+#else
+    (void)path;
+#endif
+    return st.st_ctime;
+}
+
+} // namespace
+
+void RegisterXmlFileHooks(const SXmlFileHooks* hooks) {
+    g_xmlHooks = hooks;
+}
+
+const SXmlFileHooks* XmlFileHooks() {
+    return g_xmlHooks.load();
+}
+
+CShellFile::CShellFile(CShellEnv* env, int type) : CShellItem(env), m_nType(type) {}
+
+CShellFile::~CShellFile() {
+    if (m_fd >= 0) ::close(m_fd);
+}
+
+void CShellFile::Describe(Text& out) {
+    out = Format(L"CShellFile %p (%s %s), usage count %d", static_cast<void*>(this), TypeName(Type()),
+                 Path().c_str(), m_nShare);
+}
+
+// Names ------------------------------------------------------------------------------
+
+void CShellFile::SetPath(TextView path) {
+    m_sDrive.clear();
+    const size_t slash = path.find_last_of(L'/');
+    const size_t nameStart = slash == TextView::npos ? 0 : slash + 1;
+    m_sDirectory = Text(path.substr(0, nameStart));
+    TextView rest = path.substr(nameStart);
+    // A name that only starts with a dot (".profile") has no extension.
+    const size_t dot = rest.find_last_of(L'.');
+    if (dot == TextView::npos || dot == 0) {
+        m_sName = Text(rest);
+        m_sExtension.clear();
+    } else {
+        m_sName = Text(rest.substr(0, dot));
+        m_sExtension = Text(rest.substr(dot));
+    }
+    m_bFound = false;
+}
+
+Text CShellFile::Path() const {
+    return m_sDrive + m_sDirectory + m_sName + m_sExtension;
+}
+
+bool CShellFile::LookUp() {
+    const std::string path = ToUtf8(Path());
+    struct stat st {};
+    m_bFound = !path.empty() && ::stat(path.c_str(), &st) == 0;
+    if (!m_bFound) return false;
+    m_bDirectory = S_ISDIR(st.st_mode);
+    // Devices, pipes and sockets are what "System" stands for on this platform.
+    m_bSystem = !m_bDirectory && !S_ISREG(st.st_mode);
+    m_bReadOnly = ::access(path.c_str(), W_OK) != 0;
+    m_created = BirthTime(path, st);
+    m_modified = st.st_mtime;
+    m_accessed = st.st_atime;
+    m_size = static_cast<double>(st.st_size);
+    return true;
+}
+
+bool CShellFile::Attribute(TextView word, Text& out) {
+    static const CKeywordTable kTable(kAttributes);
+    out.clear();
+    const int which = kTable.Find(word);
+    if (which < 0) return false;
+    // A directory search keeps the data of its hit; every other type sees the file as it is now.
+    if (Type() != FILE_TYPE_LIST && which >= ATTR_CREATED && which <= ATTR_SIZE && which != ATTR_ACCESS)
+        LookUp();
+    switch (which) {
+    case ATTR_PATH:
+        out = Path();
+        break;
+    case ATTR_DRIVE:
+        out = m_sDrive;
+        break;
+    case ATTR_DIRECTORY:
+        out = m_sDirectory;
+        break;
+    case ATTR_NAME:
+        out = m_sName;
+        break;
+    case ATTR_EXTENSION:
+        out = m_sExtension;
+        break;
+    case ATTR_CREATED:
+        if (m_bFound) out = TimeText(m_created);
+        break;
+    case ATTR_MODIFIED:
+        if (m_bFound) out = TimeText(m_modified);
+        break;
+    case ATTR_LASTACCESS:
+        if (m_bFound) out = TimeText(m_accessed);
+        break;
+    case ATTR_ATTRIBUTES:
+        if (!m_bFound) break;
+        if (m_bDirectory) {
+            out = L"Directory";
+        } else if (m_bSystem) {
+            out = L"System";
+        } else if (!m_sName.empty() && m_sName[0] == L'.') {
+            out = L"Hidden";
+        } else {
+            out = L"Normal";
+        }
+        break;
+    case ATTR_ACCESS:
+        if (m_fd >= 0) {
+            if (Access() & FILE_ACCESS_APPEND) {
+                out = L"Append";
+            } else if (Access() & FILE_ACCESS_WRITE) {
+                out = L"Write";
+            } else {
+                out = L"Read";
+            }
+        } else {
+            if (!LookUp()) break;
+            out = m_bReadOnly ? L"Read" : L"Write";
+        }
+        break;
+    case ATTR_SIZE:
+        if (m_bFound) out = DoubleText(m_size);
+        break;
+    case ATTR_TYPE:
+        out = TypeName(Type());
+        break;
+    case ATTR_SHELL:
+        out = m_sShell;
+        break;
+    case ATTR_USERS:
+        out = IntText(m_nShare);
+        break;
+    case ATTR_BININFO:
+        // Index of the last record dealt with, last result, header word, rows, columns.
+        if (Type() == FILE_TYPE_BINARY)
+            out = Format(L"%ld %d %u %d %d", m_nRecord, m_nLastResult, m_nHeader, m_nRows, m_nCols);
+        else if (Type() == FILE_TYPE_GDX)
+            out = Format(L"%lld %lld %lld", m_gdx[0], m_gdx[1], m_gdx[2]);
+        break;
+    case ATTR_CHANGED:
+        out = IntText(m_nChanged);
+        break;
+    }
+    return true;
+}
+
+// Opening ------------------------------------------------------------------------------
+
+int CShellFile::Open(bool quiet) {
+    const int fallback = quiet ? 331 : 333;
+    const std::string path = ToUtf8(Path());
+    const int type = Type();
+    if (type == FILE_TYPE_FILE || type == FILE_TYPE_LIST) {
+        LookUp();
+        return 0;
+    }
+    int flags = 0;
+    const int access = Access();
+    if (type == FILE_TYPE_TEXT) {
+        if (access & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND))
+            flags = O_RDWR | O_CREAT | ((access & FILE_ACCESS_EMPTY) ? O_TRUNC : 0);
+        else
+            flags = O_RDONLY;
+    } else if (access & FILE_ACCESS_WRITE) {
+        flags = O_RDWR | O_CREAT | ((access & FILE_ACCESS_EMPTY) ? O_TRUNC : 0);
+    } else {
+        flags = O_RDONLY;
+    }
+    m_fd = ::open(path.c_str(), flags | O_CLOEXEC, 0666);
+    if (m_fd < 0 && type == FILE_TYPE_SECTION && (access & FILE_ACCESS_WRITE) &&
+        (errno == EACCES || errno == EROFS)) {
+        // A section file that may not be written can still be read; SYNC answers 218.
+        m_nType &= ~FILE_ACCESS_MASK;
+        m_nType |= FILE_ACCESS_READ;
+        m_fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    }
+    if (m_fd < 0) return MapErrno(errno, quiet, fallback);
+    struct stat st {};
+    if (::fstat(m_fd, &st) != 0) return MapErrno(errno, quiet, fallback);
+    if (S_ISDIR(st.st_mode)) return MapErrno(EISDIR, quiet, fallback);
+    LookUp();
+    const bool readWhole = type == FILE_TYPE_SECTION ||
+                           (type == FILE_TYPE_TEXT && !(access & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)));
+    if (type == FILE_TYPE_TEXT && (access & FILE_ACCESS_APPEND)) ::lseek(m_fd, 0, SEEK_END);
+    if (!readWhole) return 0;
+    if (st.st_size > INT_MAX) return 107;
+    std::string bytes(static_cast<size_t>(st.st_size), '\0');
+    size_t got = 0;
+    while (got < bytes.size()) {
+        const ssize_t n = ::read(m_fd, bytes.data() + got, bytes.size() - got);
+        if (n < 0 && errno == EINTR) continue;
+        if (n < 0) return MapErrno(errno, quiet, fallback);
+        if (n == 0) break;
+        got += static_cast<size_t>(n);
+    }
+    bytes.resize(got);
+    Text text;
+    if (!DecodeText(bytes.data(), bytes.size(), text)) return 485;
+    if (type == FILE_TYPE_TEXT) {
+        m_sText = std::move(text);
+        m_nTextPos = 0;
+    } else {
+        ScanSection(text, m_lines);
+    }
+    return 0;
+}
+
+// Directory search ------------------------------------------------------------------------
+
+// The patterns a user expects: "*" and "?" of the shell, "*.*" for everything
+// (names without a dot too), and dot files found by "*" as any other name.
+int CShellFile::FindFirst(TextView pattern, bool directories, bool quiet) {
+    const int failed = quiet ? SilentTwin(280, 280) : 280;
+    m_hits.clear();
+    m_nextHit = 0;
+    if (Type() != FILE_TYPE_LIST) return failed;
+    Text text(pattern.empty() ? TextView(L"*") : pattern);
+    const size_t slash = text.find_last_of(L'/');
+    m_searchDirectory = slash == Text::npos ? Text() : text.substr(0, slash + 1);
+    Text mask = slash == Text::npos ? text : text.substr(slash + 1);
+    if (mask.empty() || mask == L"*.*") mask = L"*";
+    m_bSearchDirectories = directories;
+    const std::string dirPath = m_searchDirectory.empty() ? std::string(".") : ToUtf8(m_searchDirectory);
+    const std::string maskBytes = ToUtf8(mask);
+    DIR* dir = ::opendir(dirPath.c_str());
+    if (!dir) return failed;
+    while (const dirent* e = ::readdir(dir)) {
+        const std::string name = e->d_name;
+        if (name == "." || name == "..") continue;
+        if (::fnmatch(maskBytes.c_str(), name.c_str(), 0) != 0) continue;
+        struct stat st {};
+        const std::string full =
+            (m_searchDirectory.empty() ? std::string() : ToUtf8(m_searchDirectory)) + name;
+        if (::stat(full.c_str(), &st) != 0) continue;
+        if (S_ISDIR(st.st_mode) != directories) continue;
+        m_hits.push_back(FromUtf8(name));
+    }
+    ::closedir(dir);
+    std::sort(m_hits.begin(), m_hits.end());
+    if (!TakeHit()) {
+        m_bFound = false;
+        return failed;
+    }
+    return 0;
+}
+
+int CShellFile::FindNext(bool quiet) {
+    if (Type() != FILE_TYPE_LIST || !TakeHit()) return quiet ? SilentTwin(281, 281) : 281;
+    return 0;
+}
+
+bool CShellFile::TakeHit() {
+    while (m_nextHit < m_hits.size()) {
+        SetPath(m_searchDirectory + m_hits[m_nextHit++]);
+        if (LookUp()) return true; // gone since the search began: the next one
+    }
+    return false;
+}
