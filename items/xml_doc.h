@@ -39,7 +39,8 @@ struct SXMLElement {
 // Where the document is looked at. `element` 0 means no current element: the
 // cursor stands before the first child of `parent`. A node without a record
 // (text, CDATA, comment, ...) is given by type, start and length; `element`
-// is then the element in front of it in the same parent (or 0).
+// is then the element in front of it in the same parent (or 0). `child` is
+// not used by the document: it is kept with the cursor for its callers.
 struct SXMLCursor {
     int32_t parent = 0;
     int32_t element = 0;

@@ -21,11 +21,17 @@ CShellTable* TableOf(CXMLFileState& state, const CWords& args) {
     return CShellTable::Find(*state.Shell(), args[0].text);
 }
 
-bool Numeric(const CShellTable& table) {
-    if (table.IsParameter()) return true;
-    const int fields = table.GetFields(true);
-    if (fields == 0) return false;
-    for (int f = 0; f < fields; ++f) {
+// The defined fields, in their order.
+std::vector<int> DefinedFields(const CShellTable& table) {
+    std::vector<int> fields;
+    for (int f = 0; f < table.GetFields(false); ++f)
+        if (table.FieldType(f) != FIELD_UNDEFINED) fields.push_back(f);
+    return fields;
+}
+
+bool Numeric(const CShellTable& table, const std::vector<int>& fields) {
+    if (fields.empty()) return false;
+    for (int f : fields) {
         const int type = table.FieldType(f);
         if (type != FIELD_INTEGER && type != FIELD_NUMBER) return false;
     }
@@ -69,17 +75,20 @@ int TableToElement(CXMLDoc& doc, CShellTable& tableRef, const Text* tag, int pla
         const long real = table->GetRowIndex(v);
         if (real >= 0 && (!taggedOnly || table->IsTagged(real))) rows.push_back(real);
     }
-    const bool numeric = Numeric(*table);
-    const int fields = numeric ? table->GetFields(true) : 1;
+    const std::vector<int> fieldList = DefinedFields(*table);
+    const bool numeric = Numeric(*table, fieldList);
+    const int fields = numeric ? static_cast<int>(fieldList.size()) : 1;
     Text data;
-    if (numeric) {
+    if (rows.empty()) {
+        // Nothing to write: the element is left empty.
+    } else if (numeric) {
         const size_t outer = byColumns ? fields : rows.size();
         const size_t inner = byColumns ? rows.size() : fields;
         for (size_t a = 0; a < outer; ++a) {
             if (a) data += L"\r\n";
             for (size_t b = 0; b < inner; ++b) {
                 Text cell;
-                table->GetCell(byColumns ? rows[b] : rows[a], static_cast<int>(byColumns ? a : b), cell);
+                table->GetCell(byColumns ? rows[b] : rows[a], fieldList[byColumns ? a : b], cell);
                 if (b) data += L' ';
                 data += cell.empty() ? Text(L"0") : cell;
             }
@@ -148,7 +157,8 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
     const bool byColumns = doc.GetAttribute(L"vector", vector) && Trim(vector) == L"1";
     CItemSection section(table->m_cs);
     const std::vector<Text> lines = Lines(data);
-    const bool numeric = Numeric(*table);
+    const std::vector<int> fieldList = DefinedFields(*table);
+    const bool numeric = Numeric(*table, fieldList);
     std::vector<Text> dims = Words(dim);
     long long columns = 0;
     if (hasDim && dims.size() == 2) ParseWholeLong(dims[byColumns ? 0 : 1], columns);
@@ -179,10 +189,10 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
     for (size_t r = 0; r < rowsOut; ++r) {
         const long row = table->AppendRows(1);
         if (row < 0) return Fails(143, options);
-        for (size_t c = 0; c < columnsOut && c < static_cast<size_t>(table->GetFields(true)); ++c) {
+        for (size_t c = 0; c < columnsOut && c < fieldList.size(); ++c) {
             const std::vector<double>& line = cells[byColumns ? c : r];
             const size_t k = byColumns ? r : c;
-            if (k < line.size() && table->SetNumber(row, static_cast<int>(c), line[k]) != 0)
+            if (k < line.size() && table->SetNumber(row, fieldList[c], line[k]) != 0)
                 return Fails(143, options);
         }
     }

@@ -354,13 +354,13 @@ TEST_F(XMLFileTest, StatusDescribesTheCursor) {
     EXPECT_EQ(m_state.Status(unknown, out), 64);
 }
 
-TEST_F(XMLFileTest, TablesAnswerNotYetSupportedWithoutTheTableItem) {
+TEST_F(XMLFileTest, TableKeywordsWithoutAShellFindNoTable) {
     ASSERT_EQ(m_state.Open(Write("tree.xml", kTree)), 0);
     ASSERT_EQ(Set(L"ROOT"), 0);
-    // Built without the table item, the three table keywords say so.
     for (const wchar_t* keyword : {L"ADDTABLE", L"EXTRACTTABLE", L"LIST"}) {
-        const int code = Set(keyword, {L"t"});
-        EXPECT_TRUE(code == 157 || code == 379) << ToUtf8(keyword) << " " << code;
+        EXPECT_EQ(Set(keyword, {L"t"}), 379) << ToUtf8(keyword);
+        EXPECT_EQ(Set(keyword, {L"t"}, L"S"), 380) << ToUtf8(keyword);
+        EXPECT_EQ(Set(keyword), 2) << ToUtf8(keyword);
     }
 }
 
