@@ -2,10 +2,11 @@
 // a source file to a library.
 #include "macro/commands_load.h"
 
-#include "shell/command_registry.h"
+#include "items/shell_table.h"
 #include "macro/library_file.h"
-#include "shell/options.h"
 #include "macro/source_loader.h"
+#include "shell/command_registry.h"
+#include "shell/options.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -23,11 +24,25 @@ CLoadLog MakeLog(CShellEnv& env, const COptions& options) {
     return CLoadLog([&env](const Text& line) { env.Log(line); });
 }
 
+// The rows of a table as source text: the first field of each row, in row order.
+bool TableSource(CShell& shell, const Text& name, Text& text) {
+    CShellTable* table = CShellTable::Find(shell, name);
+    if (!table) return false;
+    CItemSection hold(table->m_cs);
+    Text line;
+    for (long row = 0; row < table->m_nRows; ++row) {
+        table->GetCell(row, 0, line);
+        text += line;
+        text += L'\n';
+    }
+    return true;
+}
+
 // MACROCODE, SPUCODE and SOURCECODE all go through the one section loader:
 // a file may hold macros, classes and SPUs side by side.
 int LoadCommand(CShell& shell, CWords& args, COptions& options, int selector, Text&) {
-    // Sound files and table sources come with the item kinds that hold them.
-    if (selector == LOAD_SOUNDFILE || HasOption(options, L"Tt")) return kNotSupported;
+    // Sound files come with the sound file layer.
+    if (selector == LOAD_SOUNDFILE) return kNotSupported;
     const int failure = HasOption(options, L"Ss") ? 316 : 455;
     CConstantList constants;
     for (const SOption& option : options) {
@@ -42,6 +57,19 @@ int LoadCommand(CShell& shell, CWords& args, COptions& options, int selector, Te
         return AddSourceToLibrary(args[0].text, args[1].text, constants, log) ? 0 : failure;
     }
     bool ok = true;
+    if (HasOption(options, L"Tt")) {
+        // The words name tables whose rows are the source lines (a macro that writes macros).
+        for (const SWord& word : args) {
+            Text text;
+            if (!TableSource(shell, word.text, text)) {
+                log.Line(Format(L"no table %s to load sources from", word.text.c_str()));
+                ok = false;
+            } else if (!LoadSourceText(env, Text(), text, constants, log)) {
+                ok = false;
+            }
+        }
+        return ok ? 0 : failure;
+    }
     for (const SWord& word : args)
         if (!LoadSourceFile(env, word.text, constants, log)) ok = false;
     return ok ? 0 : failure;
