@@ -161,6 +161,22 @@ Text HexText(unsigned long long value, int width) {
 }
 
 bool ParseDouble(TextView text, double& value, size_t* end) {
+    // Short integers, the most common numbers in macro text, are exact without strtod.
+    {
+        size_t i = 0;
+        const bool negative = !text.empty() && text[0] == L'-';
+        if (negative || (!text.empty() && text[0] == L'+')) ++i;
+        const size_t first = i;
+        long long n = 0;
+        while (i < text.size() && i - first < 15 && text[i] >= L'0' && text[i] <= L'9') n = n * 10 + (text[i++] - L'0');
+        const bool more = i < text.size() && (text[i] == L'.' || text[i] == L'e' || text[i] == L'E' ||
+                                              text[i] == L'x' || text[i] == L'X' || (text[i] >= L'0' && text[i] <= L'9'));
+        if (i > first && !more && !(n == 0 && negative)) {
+            value = static_cast<double>(negative ? -n : n);
+            if (end) *end = i;
+            return true;
+        }
+    }
     const Text s(text);
     wchar_t* stop = nullptr;
     value = wcstod_l(s.c_str(), &stop, NumericLocale());

@@ -184,7 +184,11 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
         switch (type) {
         case L'd':
         case L'D':
-            result += Format(conv.Printf(L'd').c_str(), Low32(value));
+            // A bare %d is what every counter of a macro goes through: no printf for it.
+            if (!conv.minus && conv.width.empty() && !conv.dot)
+                result += IntText(Low32(value));
+            else
+                result += Format(conv.Printf(L'd').c_str(), Low32(value));
             break;
         case L'x':
         case L'X':

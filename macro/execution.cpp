@@ -272,32 +272,37 @@ void Substitute(CShell& shell, TextView text, Text& out, bool firstBracketKept) 
 
 void SplitWords(TextView text, CWords& words) {
     words.clear();
+    words.reserve(16);
     size_t i = 0;
     const size_t n = text.size();
     auto plainChar = [](wchar_t c) -> wchar_t {
         // Status codes that were left in place read as their characters from here on.
         return c == CODE_ITEM ? L'~' : c == CODE_OPEN ? L'[' : c == CODE_CLOSE ? L']' : c;
     };
+    // A word is taken in one piece and its status codes mapped afterwards.
+    auto take = [&](size_t begin, size_t end, int kind) {
+        SWord& w = words.emplace_back();
+        w.kind = kind;
+        w.text.assign(text.data() + begin, end - begin);
+        for (wchar_t& ch : w.text) ch = plainChar(ch);
+    };
+    auto separates = [](wchar_t c) { return c <= L' ' && c != CODE_ITEM && c != CODE_OPEN && c != CODE_CLOSE; };
     while (i < n && words.size() < kMaxWords) {
         const wchar_t c = text[i];
         if (c == CODE_QUOTE) {
-            SWord w;
-            w.kind = SWord::Quoted;
-            ++i;
-            while (i < n && text[i] != CODE_QUOTE) w.text += plainChar(text[i++]);
-            ++i;
-            words.push_back(std::move(w));
-            continue;
-        }
-        if (c <= L' ' && c != CODE_ITEM && c != CODE_OPEN && c != CODE_CLOSE) {
+            const size_t begin = ++i;
+            while (i < n && text[i] != CODE_QUOTE) ++i;
+            take(begin, i, SWord::Quoted);
             ++i;
             continue;
         }
-        SWord w;
-        while (i < n && text[i] != CODE_QUOTE &&
-               !(text[i] <= L' ' && text[i] != CODE_ITEM && text[i] != CODE_OPEN && text[i] != CODE_CLOSE))
-            w.text += plainChar(text[i++]);
-        words.push_back(std::move(w));
+        if (separates(c)) {
+            ++i;
+            continue;
+        }
+        const size_t begin = i;
+        while (i < n && text[i] != CODE_QUOTE && !separates(text[i])) ++i;
+        take(begin, i, SWord::Plain);
     }
 }
 

@@ -736,7 +736,7 @@ TEST_F(Loader, LoadAndUnloadCommands) {
     EXPECT_EQ(Global(L"flavor"), L"yes");
     EXPECT_EQ(Global(L"quiet"), L"0");
     EXPECT_EQ(Global(L"sound"), L"157");
-    EXPECT_EQ(Global(L"table"), L"157");
+    EXPECT_EQ(Global(L"table"), L"455"); // no table of that name
     EXPECT_EQ(Global(L"lib"), L"0");
     EXPECT_EQ(Global(L"unload"), L"0");
     EXPECT_EQ(Global(L"again"), L"342");
