@@ -2,6 +2,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QClipboard>
 #include <QCloseEvent>
 #include <QDragEnterEvent>
 #include <QDropEvent>
@@ -16,7 +17,9 @@
 #include <QUrl>
 #include <QVBoxLayout>
 
+#include "app/console_line.h"
 #include "app/startup.h"
+#include "items/table_data.h"
 #include "shell/message_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
@@ -31,6 +34,42 @@ constexpr int kItemsPerMenu = 100;
 QString ToQt(const Text& text) {
     return QString::fromStdWString(text);
 }
+
+Text FromQt(const QString& text) {
+    return text.toStdWString();
+}
+
+// Tables reach the system clipboard through these; the clipboard object is the GUI
+// thread's, so a shell thread waits for the GUI thread to do the work.
+template <typename Work> void OnClipboardThread(Work work) {
+    if (QThread::currentThread() == qApp->thread())
+        work();
+    else
+        QMetaObject::invokeMethod(qApp, work, Qt::BlockingQueuedConnection);
+}
+
+bool GetClipboardText(Text& out) {
+    bool ok = false;
+    OnClipboardThread([&] {
+        const QString text = QGuiApplication::clipboard()->text();
+        ok = !text.isNull();
+        out = FromQt(text);
+    });
+    return ok;
+}
+
+bool SetClipboardText(const Text& text) {
+    OnClipboardThread([&] { QGuiApplication::clipboard()->setText(ToQt(text)); });
+    return true;
+}
+
+} // namespace
+
+void InstallSystemClipboard() {
+    SetClipboardHooks(&GetClipboardText, &SetClipboardText);
+}
+
+namespace {
 
 // The local paths among dropped URLs; anything else (web links, ...) is no file to hand on.
 std::vector<Text> LocalPaths(const QMimeData* data) {
@@ -56,6 +95,11 @@ CMainDialog::CMainDialog(QWidget* parent) : QMainWindow(parent), m_pEnv(std::mak
     // Drops on the list are the window's: the list takes none itself.
     m_pList->setAcceptDrops(false);
     layout->addWidget(m_pList);
+    // The console line shows only when the program runs as a console (no arguments).
+    m_pConsole = new CConsoleLine(client);
+    m_pConsole->hide();
+    layout->addWidget(m_pConsole);
+    connect(m_pConsole, &CConsoleLine::LineEntered, this, &CMainDialog::SendConsoleLine);
     setCentralWidget(client);
     // The bar appears when the master macro shows its menus.
     menuBar()->hide();
@@ -69,7 +113,17 @@ CMainDialog::~CMainDialog() {
 
 bool CMainDialog::Start(const Text& commandLine) {
     m_bStarted = m_pEnv->Start(commandLine);
+    if (m_bStarted && commandLine.empty()) {
+        m_pConsole->show();
+        m_pConsole->setFocus();
+    }
     return m_bStarted;
+}
+
+void CMainDialog::SendConsoleLine(const QString& line) {
+    // Before the master macro has set MASTER, the first shell is the master.
+    CShell* shell = m_pEnv ? m_pEnv->FindShell(m_pEnv->GetGlobal(L"MASTER")) : nullptr;
+    if (!shell || shell->Run(FromQt(line)) != 0) AddLogLine(L"the master shell takes no more lines", false);
 }
 
 // The calls of IMainWindow copy what they carry and go to the GUI thread as
@@ -363,6 +417,7 @@ int RunWindowed(int& argc, char** argv, const Text& commandLine) {
     // Windows of macros come and go; the program ends with its last shell, not with a window.
     app.setQuitOnLastWindowClosed(false);
     RegisterCore();
+    InstallSystemClipboard();
     int exitCode = 0;
     {
         CMainDialog dialog;
@@ -378,6 +433,8 @@ int RunWindowed(int& argc, char** argv, const Text& commandLine) {
         } else {
             app.exec();
         }
+        // Shells still ending must not wait for a GUI thread that no longer serves them.
+        SetClipboardHooks(nullptr, nullptr);
     } // the dialog takes the environment with it, while the application still exists
     return exitCode;
 }

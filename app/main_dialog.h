@@ -19,6 +19,8 @@ class QMenu;
 class CShell;
 class CShellEnv;
 
+class CConsoleLine;
+
 class CMainDialog : public QMainWindow, public IMainWindow {
     Q_OBJECT
 
@@ -37,6 +39,7 @@ public:
     // True once the last shell has ended and the window has let go of the log file and the menus.
     bool HasEnded() const { return m_bEnded; }
     QListWidget* List() const { return m_pList; }
+    CConsoleLine* Console() const { return m_pConsole; }
 
     // IMainWindow, from any thread.
     void PostOrder(int order, std::unique_ptr<SPayload> payload) override;
@@ -78,7 +81,11 @@ private:
     CShell* MasterShell() const;
     void PostToMaster(uint32_t code, intptr_t param = 0);
 
+    // The console line: Enter hands the line to the master shell as a RUN message.
+    void SendConsoleLine(const QString& line);
+
     QListWidget* m_pList = nullptr;
+    CConsoleLine* m_pConsole = nullptr;
     std::unique_ptr<CShellEnv> m_pEnv;
     bool m_bStarted = false;
     bool m_bEnded = false;
@@ -92,3 +99,6 @@ private:
     // The mode word of the last MSG MAIN ("VISIBLE" until one comes).
     Text m_mode = L"VISIBLE";
 };
+
+// Tables copy to and paste from the system clipboard (CLIPBOARD) through the GUI thread.
+void InstallSystemClipboard();

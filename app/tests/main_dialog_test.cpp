@@ -17,12 +17,16 @@
 #include <QUrl>
 #include <cstdlib>
 #include <filesystem>
+#include <QClipboard>
+#include <QTest>
 #include <fstream>
 #include <atomic>
 #include <chrono>
 #include <thread>
 
+#include "app/console_line.h"
 #include "app/main_dialog.h"
+#include "items/table_data.h"
 #include "shell/message_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
@@ -515,6 +519,51 @@ TEST_F(MainDialogTest, DesktopMetricsAndFontsComeFromTheSystem) {
     m_dialog->PostOrder(ORDER_BEEP, std::make_unique<SBeepPayload>());
     Deliver(); // a beep has nothing to show; it must not disturb the window
     EXPECT_TRUE(m_dialog->isEnabled());
+}
+
+TEST_F(MainDialogTest, ConsoleLineShowsWithoutArgumentsAndSendsRunLines) {
+    CShellEnv::SetLoader(&g_emptyLibrary);
+    ASSERT_TRUE(m_dialog->Start(L""));
+    EXPECT_FALSE(m_dialog->Console()->isHidden());
+    CShell* master = HeldMaster();
+    QTest::keyClicks(m_dialog->Console(), QStringLiteral("UPPER abc"));
+    QTest::keyClick(m_dialog->Console(), Qt::Key_Return);
+    EXPECT_TRUE(m_dialog->Console()->text().isEmpty());
+    const Text line = NextLine(master);
+    EXPECT_NE(line.find(L"RUN UPPER abc"), Text::npos) << ToUtf8(line);
+    // Up brings the line back, Down returns to what was being typed.
+    QTest::keyClicks(m_dialog->Console(), QStringLiteral("par"));
+    QTest::keyClick(m_dialog->Console(), Qt::Key_Up);
+    EXPECT_EQ(m_dialog->Console()->text(), QStringLiteral("UPPER abc"));
+    QTest::keyClick(m_dialog->Console(), Qt::Key_Down);
+    EXPECT_EQ(m_dialog->Console()->text(), QStringLiteral("par"));
+    EndShell(master);
+}
+
+TEST_F(MainDialogTest, ConsoleLineStaysHiddenForAnApplication) {
+    CShellEnv::SetLoader(&g_emptyLibrary);
+    ASSERT_TRUE(m_dialog->Start(L"app.kvs MAIN"));
+    EXPECT_TRUE(m_dialog->Console()->isHidden());
+}
+
+TEST_F(MainDialogTest, TablesReachTheSystemClipboardFromAShellThread) {
+    InstallSystemClipboard();
+    bool written = false;
+    std::thread shellSide([&] { written = WriteClipboard(L"a;1\r\nb;2\r\n"); });
+    // The shell's side waits for the GUI thread, which serves it here.
+    while (!written) {
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        if (QGuiApplication::clipboard()->text() == QStringLiteral("a;1\r\nb;2\r\n")) break;
+    }
+    shellSide.join();
+    EXPECT_TRUE(written);
+    EXPECT_EQ(QGuiApplication::clipboard()->text(), QStringLiteral("a;1\r\nb;2\r\n"));
+    QGuiApplication::clipboard()->setText(QStringLiteral("from the desktop"));
+    Text read;
+    EXPECT_TRUE(ReadClipboard(read));
+    EXPECT_EQ(read, L"from the desktop");
+    SetClipboardHooks(nullptr, nullptr);
 }
 
 } // namespace
