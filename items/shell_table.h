@@ -9,6 +9,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 #include <vector>
 
 #include "items/shell_item.h"
@@ -35,6 +36,7 @@ enum : int { TABLE_CHANGED_TAGS = 1, TABLE_CHANGED_FIELDS = 2, TABLE_CHANGED_CON
 
 class CShellTableField;
 struct STableRow;
+struct STableCell;
 
 class CShellTable : public CShellItem {
 public:
@@ -106,6 +108,39 @@ public:
 
     void Describe(Text& out) override;
 
+    // --- Beyond the shared contract: the table's own commands --------------------------------
+    // Slot `field`, which must exist (see items/table_data.h for the class).
+    CShellTableField& Field(int field);
+    const CShellTableField& Field(int field) const;
+    // Undefines a slot (cells cleared except in a parameter table): 0 or 57.
+    int UndefineField(int field);
+    // 0, 459 or 461.
+    int RenameField(int field, TextView name);
+    // "%d %s %d %d %.20lg" [format] [missing value and symbol]: the definition text.
+    Text FieldDefinition(int field) const;
+    // A cell through the field's display rules (scale, format, missing symbol).
+    Text DisplayCell(long row, int field) const;
+    // Real row of a row number a macro gives: visible unless `real`.
+    long MacroRow(long index, bool real) const;
+    void InvertTags();
+    // Removes every tagged row of a ranged table, every row of another; -1 with saved tags.
+    long DeleteTagged();
+    void RebuildTagIndex();
+    // Keys are (field, direction 1 = descending). 0 or 57.
+    int Sort(const std::vector<std::pair<int, int>>& keys, bool caseSensitive);
+    void ReverseRows();
+    // FIND's conditions: 0, 2 (even count) or the code of a bad condition; nothing changes on failure.
+    int FindRows(const std::vector<Text>& conditions, bool tagAllFirst, bool invert, bool ranged);
+    // A deep copy of the layout (kind, fields, separators, mode, sizes) with no rows.
+    void CopyLayout(const CShellTable& source);
+    // A deep copy of real row `row` of `source` (same layout) appended here; the new index or -1.
+    long AppendCopy(const CShellTable& source, long row);
+    // The table of a value: c Number fields "prefix%d" by r rows (transposed: r by c).
+    static CShellTable* FromMatrix(CShellEnv* env, const Matrix& value, TextView prefix, bool transpose,
+                                   long startSize);
+    // "%d %d": bytes estimated for all rows and for the visible rows.
+    void MemoryEstimate(long long& all, long long& visible) const;
+
     // The data, for the table's own files (kind, SET, status, sort, find, text).
     int m_nChanged = 7;
     int m_nKind = 0;
@@ -134,6 +169,20 @@ public:
 protected:
     void SaveState() override;
     void RestoreState() override;
+
+private:
+    friend class CTableSorter;
+    double* Place(long row) const;
+    bool Grow(long n);
+    void FreeRow(STableRow* row);
+    void ClearCell(STableCell& cell);
+    int WriteCellText(STableRow& row, int field, TextView text);
+    // Physical room behind m_nCapacity: the block and the pointer array grow
+    // geometrically underneath, so appending stays amortised whatever CHUNKSZ says.
+    long m_nBlockRoom = 0;
+    long m_nRowRoom = 0;
+    // A row other than the last was deleted since the block last grew.
+    bool m_bPlacesMoved = false;
 };
 
 // Registers the TABLE item kind and the table commands (FIND, TAGS).

@@ -3,8 +3,12 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <sys/mman.h>
 #include <sys/types.h>
 #include <unistd.h>
+#ifdef __SSE2__
+#include <emmintrin.h>
+#endif
 
 namespace {
 
@@ -16,6 +20,77 @@ constexpr wchar_t kHigh1252[32] = {
     0x2039, 0x0152, 0x008D, 0x017D, 0x008F, 0x0090, 0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
     0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x009D, 0x017E, 0x0178,
 };
+
+// Decoded characters gather in a small buffer that stays in the cache and
+// join the text by one append per chunk: the text is written once, never
+// zero-filled first.
+class CChunkWriter {
+public:
+    explicit CChunkWriter(Text& out) : m_out(out) {}
+    void Put(wchar_t c) {
+        if (m_n == kChunk) Flush();
+        m_buffer[m_n++] = c;
+    }
+    // Room for `n` characters written directly at Tail().
+    wchar_t* Room(size_t n) {
+        if (m_n + n > kChunk) Flush();
+        return m_buffer + m_n;
+    }
+    void Advance(size_t n) { m_n += n; }
+    void Flush() {
+        m_out.append(m_buffer, m_n);
+        m_n = 0;
+    }
+
+private:
+    static constexpr size_t kChunk = 4096;
+    Text& m_out;
+    wchar_t m_buffer[kChunk];
+    size_t m_n = 0;
+};
+
+// Widens the leading bytes that stand for themselves: below 0x80, and with
+// `skipLo`..`skipHi` given, also the upper half outside that range. Returns
+// how many bytes were taken; it stops in front of the first other byte.
+size_t WidenAscii(const unsigned char* b, size_t length, CChunkWriter& w, int skipLo = 0x80, int skipHi = 0xFF) {
+    size_t i = 0;
+#ifdef __SSE2__
+    // Unsigned range test by signed compares: x - lo, moved by 0x80, against the width moved the same.
+    const __m128i zero = _mm_setzero_si128();
+    const __m128i bias = _mm_set1_epi8(static_cast<char>(0x80));
+    const __m128i lo = _mm_set1_epi8(static_cast<char>(skipLo));
+    const __m128i width = _mm_set1_epi8(static_cast<char>((skipHi - skipLo) ^ 0x80));
+    while (i + 16 <= length) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
+        const __m128i out = _mm_cmpgt_epi8(_mm_xor_si128(_mm_sub_epi8(v, lo), bias), width);
+        if (_mm_movemask_epi8(out) != 0xFFFF) break;
+        wchar_t* dst = w.Room(16);
+        const __m128i l = _mm_unpacklo_epi8(v, zero), h = _mm_unpackhi_epi8(v, zero);
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst), _mm_unpacklo_epi16(l, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 4), _mm_unpackhi_epi16(l, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 8), _mm_unpacklo_epi16(h, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dst + 12), _mm_unpackhi_epi16(h, zero));
+        w.Advance(16);
+        i += 16;
+    }
+#endif
+    while (i < length && (b[i] < skipLo || b[i] > skipHi)) w.Put(b[i++]);
+    return i;
+}
+
+// Room for a large decoded text. Whole files decode into hundreds of
+// megabytes; asking for huge pages before the first touch saves most of the
+// page faults, which otherwise cost more than the decoding itself.
+void ReserveText(Text& out, size_t length) {
+    out.reserve(length);
+    constexpr size_t kHuge = 2u << 20;
+    const size_t bytes = out.capacity() * sizeof(wchar_t);
+    if (bytes < 4 * kHuge) return;
+    const auto begin = reinterpret_cast<uintptr_t>(out.data());
+    const uintptr_t first = (begin + kHuge - 1) & ~(kHuge - 1);
+    const uintptr_t last = (begin + bytes) & ~(kHuge - 1);
+    if (last > first) ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
+}
 
 bool ReadAt(int fd, off_t at, void* buffer, size_t length) {
     auto* p = static_cast<char*>(buffer);
@@ -110,12 +185,17 @@ bool DecodeText(const void* bytes, size_t length, Text& out) {
 Text DecodeUtf8(const void* bytes, size_t length) {
     const auto* b = static_cast<const unsigned char*>(bytes);
     Text out;
-    out.reserve(length);
+    ReserveText(out, length);
+    CChunkWriter w(out);
     size_t i = 0;
     while (i < length) {
+        // Runs of ASCII, which most text is, go sixteen bytes at a time.
+        const size_t ascii = WidenAscii(b + i, length - i, w);
+        i += ascii;
+        if (i >= length) break;
         const unsigned char lead = b[i];
         if (lead < 0x80) {
-            out += static_cast<wchar_t>(lead);
+            w.Put(lead);
             ++i;
             continue;
         }
@@ -138,7 +218,7 @@ Text DecodeUtf8(const void* bytes, size_t length) {
             if (lead == 0xF0) lo = 0x90;
             if (lead == 0xF4) hi = 0x8F;
         } else {
-            out += kReplacement;
+            w.Put(kReplacement);
             ++i;
             continue;
         }
@@ -154,9 +234,10 @@ Text DecodeUtf8(const void* bytes, size_t length) {
             c = (c << 6) | (b[j] & 0x3F);
         }
         // A broken sequence is one replacement; the byte that broke it starts anew.
-        out += ok ? static_cast<wchar_t>(c) : kReplacement;
+        w.Put(ok ? static_cast<wchar_t>(c) : kReplacement);
         i = j;
     }
+    w.Flush();
     return out;
 }
 
@@ -198,8 +279,15 @@ int Windows1252Byte(wchar_t c) {
 
 Text DecodeWindows1252(const void* bytes, size_t length) {
     const auto* b = static_cast<const unsigned char*>(bytes);
-    Text out(length, L'\0');
-    for (size_t i = 0; i < length; ++i) out[i] = Windows1252Char(b[i]);
+    Text out;
+    ReserveText(out, length);
+    CChunkWriter w(out);
+    size_t i = 0;
+    while (i < length) {
+        i += WidenAscii(b + i, length - i, w, 0x80, 0x9F);
+        if (i < length) w.Put(Windows1252Char(b[i++]));
+    }
+    w.Flush();
     return out;
 }
 

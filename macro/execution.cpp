@@ -4,6 +4,7 @@
 #include "expr/ex_eval.h"
 #include "expr/numeric_args.h"
 #include "shell/command_registry.h"
+#include "macro/classes.h"
 #include "macro/compiler.h"
 #include "macro/dispatcher.h"
 #include "shell/options.h"
@@ -104,7 +105,9 @@ bool IsAsciiLetter(wchar_t c) {
 bool IsCallableName(const SWord& word) {
     if (word.kind != SWord::Plain || word.text.empty()) return false;
     const wchar_t c = word.text[0];
-    if (!IsAsciiLetter(c) && c != L'_') return false;
+    // "::method" starts the search for a method at the running class's parent.
+    const bool parentCall = word.text.size() > 2 && word.text.compare(0, 2, L"::") == 0;
+    if (!IsAsciiLetter(c) && c != L'_' && !parentCall) return false;
     for (wchar_t ch : word.text)
         if (!IsAsciiLetter(ch) && !(ch >= L'0' && ch <= L'9') && ch != L'_' && ch != L'#' && ch != L':')
             return false;
@@ -446,12 +449,12 @@ int DispatchLine(CShell& shell, const Text& text, bool wantResult, Text& result,
     if (EqualNoCase(first, L"SET")) {
         if (words.size() >= 2 && shell.FindItem(words[1].text)) {
             words.erase(words.begin());
-            return ItemCommand(shell, words, result);
+            return ItemCommand(shell, words, result, wantResult);
         }
         result = JoinWords(words, 1);
         return 0;
     }
-    if (shell.FindItem(first)) return ItemCommand(shell, words, result);
+    if (shell.FindItem(first)) return ItemCommand(shell, words, result, wantResult);
     if (const CCommandRow* row = CCommandRegistry::Find(first)) {
         words.erase(words.begin());
         return RunBuiltin(shell, *row, words, result, effective);
@@ -464,22 +467,27 @@ int DispatchLine(CShell& shell, const Text& text, bool wantResult, Text& result,
         if (k < 2) return CallLabel(shell, words, k == 1, wantResult, result);
         return CallMacro(shell, words, k - 2, wantResult, result);
     }
-    if (first.find(L"::") != Text::npos) {
-        // Classes arrive with the class loader; until then no class is known.
-        return 325;
-    }
+    if (first.find(L"::") != Text::npos) return CallMethod(shell, words, nullptr, wantResult, result);
+    // Inside a method a method's name is a call on the same instance.
+    if (shell.m_pFrame && shell.m_pFrame->Instance() && HasMethod(shell.m_pFrame->Instance(), first))
+        return CallMethod(shell, words, nullptr, wantResult, result);
     if (shell.Env().FindMacro(first)) return CallMacro(shell, words, 0, wantResult, result);
     result = JoinWords(words);
     effective = false;
     return 0;
 }
 
-int ItemCommand(CShell& shell, CWords& words, Text& result) {
+int ItemCommand(CShell& shell, CWords& words, Text& result, bool wantResult) {
     CShell::ItemEntry* e = shell.FindItem(words[0].text);
     if (!e) return 379;
     if (words.size() == 1) {
         result = e->key;
         return 0;
+    }
+    if (ItemKindOf(e->user) == KIND_INSTANCE && HasMethod(e->value, words[1].text)) {
+        void* instance = e->value;
+        words.erase(words.begin());
+        return CallMethod(shell, words, instance, wantResult, result);
     }
     CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user));
     if (!kind) return 261;
@@ -518,6 +526,16 @@ int PushFrame(CShell& shell, CMacroFrame* frame, bool wantResult, Text& result) 
 }
 
 } // namespace
+
+int StartMethodFrame(CShell& shell, CMacroCode* code, int line, void* instance, const Text& instanceName,
+                     CWords& words, bool wantResult, Text& result) {
+    auto* frame = new CMacroFrame(code, shell.m_pFrame, nullptr);
+    frame->m_next = line;
+    frame->SetInstance(instance);
+    SetCallVariables(*frame, words, code->m_name);
+    frame->Locals().Set(L"THIS", instanceName);
+    return PushFrame(shell, frame, wantResult, result);
+}
 
 int CallMacro(CShell& shell, CWords& words, int mode, bool wantResult, Text& result) {
     CShellEnv& env = shell.Env();

@@ -36,12 +36,15 @@ void SplitWords(TextView text, CWords& words);
 // A line whose first word was not bound at compile time.
 int DispatchLine(CShell& shell, const Text& text, bool wantResult, Text& result, bool& effective);
 // An item's command: SET handler by kind, a method of an instance.
-int ItemCommand(CShell& shell, CWords& words, Text& result);
+int ItemCommand(CShell& shell, CWords& words, Text& result, bool wantResult = false);
 
 // Calls. `mode` 0 MACRO (own locals), 1 MACROX (caller's locals), 2 SHELL (a new shell).
 int CallMacro(CShell& shell, CWords& words, int mode, bool wantResult, Text& result);
 // GOSUB (own locals) and GOSUBX (shared).
 int CallLabel(CShell& shell, CWords& words, bool share, bool wantResult, Text& result);
+// A method's frame: `code` from `line`, bound to `instance`; words[0] is the method's word.
+int StartMethodFrame(CShell& shell, CMacroCode* code, int line, void* instance, const Text& instanceName,
+                     CWords& words, bool wantResult, Text& result);
 // EXIT [level [result...]].
 int ExitFrames(CShell& shell, CWords& words);
 // Pops the current frame.

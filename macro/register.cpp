@@ -4,6 +4,7 @@
 #include "expr/numeric_args.h"
 #include "expr/register_expr.h"
 #include "items/register_items.h"
+#include "macro/classes.h"
 #include "macro/commands_io.h"
 #include "macro/commands_items.h"
 #include "macro/commands_load.h"
@@ -27,5 +28,6 @@ void RegisterMacroLayer() {
     RegisterIoCommands();
     RegisterItemCommands();
     RegisterItemLayer();
+    RegisterClasses();
     RegisterExpressionLayer();
 }

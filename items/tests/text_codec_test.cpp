@@ -211,4 +211,31 @@ TEST_F(TextWriter, StreamVariantFollowsTheSameRule) {
                                    "ab\xC3\xBC\xD0\x96!");
 }
 
+// Long texts take the sixteen-byte path; the bytes that leave it may fall on
+// any place of a block, and the chunks of the writer have edges too.
+TEST(TextCodecBlocks, Windows1252AgreesWithTheTableAtEveryPlace) {
+    std::string bytes;
+    for (int i = 0; i < 20000; ++i)
+        bytes += static_cast<char>((i * 37 + i / 16) % 7 == 0 ? 0x80 + (i % 40) : 'a' + (i % 26));
+    const Text decoded = DecodeWindows1252(bytes.data(), bytes.size());
+    ASSERT_EQ(decoded.size(), bytes.size());
+    for (size_t i = 0; i < bytes.size(); ++i)
+        ASSERT_EQ(decoded[i], Windows1252Char(static_cast<uint8_t>(bytes[i]))) << "at " << i;
+}
+
+TEST(TextCodecBlocks, Utf8RoundTripsAcrossBlockAndChunkEdges) {
+    Text text;
+    const wchar_t pieces[] = {L'a', 0xE4, 0x20AC, 0x1F600, L'z', 0x7F, 0x80, 0x7FF, 0x800, 0xFFFD};
+    for (int i = 0; i < 30000; ++i) {
+        text += static_cast<wchar_t>(L'a' + i % 26);
+        if (i % 23 == 0 || i % 4093 == 0) text += pieces[i % 10];
+    }
+    const std::string bytes = EncodeUtf8(text);
+    EXPECT_EQ(DecodeUtf8(bytes.data(), bytes.size()), text);
+    // A broken byte after a long ASCII run is one replacement, and decoding goes on.
+    std::string broken(40, 'x');
+    broken += "\xC3(";
+    EXPECT_EQ(DecodeUtf8(broken.data(), broken.size()), Text(40, L'x') + L"\uFFFD(");
+}
+
 } // namespace

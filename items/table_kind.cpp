@@ -1,0 +1,431 @@
+// NEW TABLE and SET t: the table's item kind.
+#include "items/table_kind.h"
+
+#include <algorithm>
+
+#include "base/keyword_table.h"
+#include "expr/numeric_args.h"
+#include "numeric/matrix.h"
+#include "shell/error_table.h"
+#include "shell/options.h"
+#include "shell/shell.h"
+
+namespace {
+
+static constexpr const wchar_t* kFieldTypeWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
+const CKeywordTable kFieldTypes(kFieldTypeWords);
+
+static constexpr const wchar_t* kSetWords[] = {L"DEFINE", L"CONFIG",  L"MODE",      L"FORMAT",
+                                               L"SORT",   L"COPY",    L"FIND",      L"LOCK",
+                                               L"UNLOCK", L"TRYLOCK", L"CLIPBOARD", nullptr};
+const CKeywordTable kSetKeywords(kSetWords);
+enum {
+    SET_DEFINE,
+    SET_CONFIG,
+    SET_MODE,
+    SET_FORMAT,
+    SET_SORT,
+    SET_COPY,
+    SET_FIND,
+    SET_LOCK,
+    SET_UNLOCK,
+    SET_TRYLOCK,
+    SET_CLIPBOARD
+};
+
+// /I= and /N=: 0 when absent, -110 or -111 on a bad option.
+long SizeOption(const COptions& options, const wchar_t* letters) {
+    const SOption* o = FindOption(options, letters);
+    if (!o) return 0;
+    if (o->text.empty()) return -110;
+    long long n = 0;
+    if (!EvalInteger(o->text, n) || n < 1) return -111;
+    return static_cast<long>(n);
+}
+
+// "name", "name:type" or "name:type:count".
+struct SFieldDefinition {
+    Text name;
+    int type = FIELD_STRING;
+    int count = 1;
+    bool repeated = false;
+    bool skip = false;
+};
+
+int ParseDefinition(const Text& text, bool parameter, SFieldDefinition& def) {
+    def.type = parameter ? FIELD_NUMBER : FIELD_STRING;
+    if (text == L"*") {
+        def.skip = true;
+        return 0;
+    }
+    const size_t c1 = text.find(L':');
+    def.name = text.substr(0, c1);
+    if (c1 == Text::npos) return 0;
+    const size_t c2 = text.find(L':', c1 + 1);
+    const Text type = text.substr(c1 + 1, c2 == Text::npos ? Text::npos : c2 - c1 - 1);
+    if (!type.empty()) {
+        const int k = kFieldTypes.Find(type, true);
+        if (k < 0) return 112;
+        def.type = k + 1;
+    }
+    if (c2 == Text::npos) return 0;
+    long long count = 0;
+    if (!EvalInteger(text.substr(c2 + 1), count) || count < 1 || count > 1000000) return 113;
+    def.count = static_cast<int>(count);
+    def.repeated = true;
+    return 0;
+}
+
+int CreateFromSource(CShell& shell, const CWords& args, const COptions& options, long start, long chunk,
+                     CShellTable*& made) {
+    if (args.empty()) return 2;
+    const Text prefix = args.size() > 1 ? args[1].text : Text(L"X");
+    const bool transpose = HasOption(options, L"Rr");
+    const bool tagged = HasOption(options, L"Tt");
+    const bool allAsFields = HasOption(options, L"Aa");
+    if (CShellTable* source = CShellTable::Find(shell, args[0].text)) {
+        CItemSection hold(source->m_cs);
+        if (transpose && (tagged || allAsFields) && source->IsParameter() && source->m_nRows > 0) {
+            std::vector<long> rows;
+            for (long r = 0; r < source->m_nRows; ++r)
+                if (allAsFields || source->IsTagged(r)) rows.push_back(r);
+            const int fields = std::max<int>(1, static_cast<int>(rows.size()));
+            auto* t = new CShellTable(&shell.Env(), TABLE_PARAMETER | TABLE_EXTENDED, fields, start, chunk);
+            for (size_t k = 0; k < rows.size(); ++k)
+                t->DefineField(static_cast<int>(k), FIELD_NUMBER, prefix + IntText(rows[k]));
+            for (int f = 0; f < source->m_nFields; ++f) {
+                const long at = t->AppendRows(1);
+                for (size_t k = 0; k < rows.size(); ++k) {
+                    double v = 0;
+                    source->GetNumber(rows[k], f, v);
+                    t->SetNumber(at, static_cast<int>(k), v);
+                }
+            }
+            made = t;
+            return 0;
+        }
+        auto* t =
+            new CShellTable(&shell.Env(), source->m_nKind, 1, source->m_nStartSize, source->m_nChunkSize);
+        t->CopyLayout(*source);
+        if (start > 0) t->m_nStartSize = start;
+        if (chunk > 0) t->m_nChunkSize = std::max(chunk, 50L);
+        for (long r = 0; r < source->m_nRows; ++r) {
+            if (tagged && !source->IsTagged(r)) continue;
+            const long at = t->AppendCopy(*source, r);
+            if (tagged && at >= 0) t->SetTag(at, true);
+        }
+        made = t;
+        return 0;
+    }
+    Matrix value;
+    if (!ValueOfText(shell, args[0].text, value)) return 96;
+    made = CShellTable::FromMatrix(&shell.Env(), value, prefix, transpose,
+                                   start > 0 ? start : (transpose ? value.Cols() : value.Rows()));
+    if (made && chunk > 0) made->m_nChunkSize = std::max(chunk, 50L);
+    return made ? 0 : 264;
+}
+
+int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& made) {
+    made = nullptr;
+    const long start = SizeOption(options, L"Ii");
+    const long chunk = SizeOption(options, L"Nn");
+    if (start < 0) return static_cast<int>(-start);
+    if (chunk < 0) return static_cast<int>(-chunk);
+    if (HasOption(options, L"Cc")) return CreateFromSource(shell, args, options, start, chunk, made);
+
+    int kind = TABLE_PLAIN;
+    if (HasOption(options, L"Ee")) kind |= TABLE_EXTENDED;
+    if (HasOption(options, L"Dd")) kind |= TABLE_DIRECTORY | TABLE_EXTENDED;
+    if (HasOption(options, L"Pp")) kind |= TABLE_PARAMETER | TABLE_EXTENDED;
+    const bool parameter = (kind & TABLE_PARAMETER) != 0;
+
+    std::vector<SFieldDefinition> defs;
+    for (size_t k = 1; k < args.size(); ++k) {
+        SFieldDefinition def;
+        if (const int code = ParseDefinition(args[k].text, parameter, def)) return code;
+        defs.push_back(def);
+    }
+    long long fields = 1;
+    if (!args.empty()) {
+        if (args[0].text == L"*") {
+            fields = 0;
+            for (const SFieldDefinition& d : defs) fields += d.count;
+        } else if (!EvalInteger(args[0].text, fields)) {
+            return 66;
+        }
+    }
+    if (fields < 1) return 2;
+    if (fields >= 2 || !defs.empty()) kind |= TABLE_EXTENDED;
+
+    auto* t = new CShellTable(&shell.Env(), kind, static_cast<int>(std::min<long long>(fields, 1 << 20)),
+                              start, chunk);
+    auto fail = [&](int code) {
+        t->m_nShare = 0;
+        delete t;
+        return code;
+    };
+    int slot = (kind & TABLE_DIRECTORY) ? 3 : 0;
+    for (const SFieldDefinition& d : defs) {
+        if (d.skip) {
+            ++slot;
+            continue;
+        }
+        for (int n = 0; n < d.count; ++n, ++slot) {
+            if (slot >= t->m_nFields) return fail(114);
+            const Text name = d.repeated ? Format(L"%s%d", d.name.c_str(), n) : d.name;
+            const int code = t->DefineField(slot, d.type, name);
+            if (code == 407 || code == 112) return fail(code);
+            if (code) return fail(114);
+        }
+    }
+    // One-field tables keep whole lines: "$$" is a separator nobody types.
+    if (t->m_nFields == 1 && !(kind & TABLE_DIRECTORY)) t->m_sLSep = t->m_sVSep = L"$$";
+    t->m_nChanged = 7;
+    made = t;
+    return 0;
+}
+
+} // namespace
+
+int CTableKind::Create(CShell& shell, const Text&, CWords& args, COptions& options, void*& object) {
+    object = nullptr;
+    const bool quiet = HasOption(options, L"Ll");
+    // The segment table of the current sound file belongs to the sound layer.
+    if (HasOption(options, L"S")) return 157;
+    CShellTable* t = nullptr;
+    const int code = CreateTable(shell, args, options, t);
+    if (code) return quiet ? SilentTwin(code, code) : code;
+    object = AsObject(t);
+    return 0;
+}
+
+// SET t ... -------------------------------------------------------------------------------------
+
+long EnsureTableRow(CShellTable& t, long index, bool real) {
+    CItemSection hold(t.m_cs);
+    if (index < 0) return -1;
+    if (t.m_bRanged && !real) {
+        while (t.GetRows() <= index) {
+            const long at = t.AppendRows(1);
+            if (at < 0) return -1;
+            t.SetTag(at, true);
+        }
+        return t.GetRowIndex(index);
+    }
+    if (index >= t.m_nRows && t.AppendRows(index - t.m_nRows + 1) < 0) return -1;
+    return index;
+}
+
+namespace {
+
+int TagCommand(CShellTable& t, const COptions& options) {
+    if (HasOption(options, L"Dd")) return t.DeleteTagged() < 0 ? 418 : 0;
+    if (HasOption(options, L"Tt")) {
+        t.SetRanged(true);
+        return 0;
+    }
+    if (HasOption(options, L"VvAa")) {
+        t.SetRanged(false);
+        return 0;
+    }
+    if (HasOption(options, L"Ii")) {
+        t.SetRanged(false);
+        t.InvertTags();
+        return 0;
+    }
+    t.SetRanged(false);
+    t.SetAllTags(false);
+    return 0;
+}
+
+void TagOptions(CShellTable& t, long row, const COptions& options) {
+    if (HasOption(options, L"VvUu")) t.SetTag(row, false);
+    if (HasOption(options, L"Tt")) t.SetTag(row, true);
+    if (HasOption(options, L"Ii")) t.SetTag(row, !t.IsTagged(row));
+}
+
+// The write of one row: a row text, or pairs of field and value.
+int WriteRow(CShellTable& t, long row, const CWords& args, size_t first) {
+    const size_t n = args.size() - first;
+    if (n == 0) return 0;
+    if (n == 1) return t.SetRowText(row, args[first].text);
+    if (n % 2) return 2;
+    for (size_t k = first; k + 1 < args.size(); k += 2) {
+        const int field = t.FindField(args[k].text);
+        if (field < 0) return 57;
+        if (const int code = t.SetCell(row, field, args[k + 1].text)) return code;
+    }
+    return 0;
+}
+
+int SetPlainRow(CShellTable& t, const CWords& args, const COptions& options, bool append, long index,
+                bool real, Text& result) {
+    const bool hasText = args.size() > 1;
+    if (!append && !hasText && !HasOption(options, L"TtUu")) {
+        const long row = t.MacroRow(index, real);
+        if (row < 0) return 416;
+        return t.DeleteRow(row) ? 0 : 418;
+    }
+    const long row = append ? t.AppendRows(1) : EnsureTableRow(t, index, real);
+    if (row < 0) return 414;
+    if (!hasText) {
+        if (HasOption(options, L"Tt")) t.SetTag(row, true);
+        if (HasOption(options, L"Uu")) t.SetTag(row, false);
+    } else {
+        TagOptions(t, row, options);
+        if (!t.SetRowString(row, JoinWords(args, 1))) return 418;
+    }
+    result = IntText(row);
+    return 0;
+}
+
+int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, bool append, long index,
+                   bool real, Text& result) {
+    if (!append && HasOption(options, L"Dd")) {
+        const long row = t.MacroRow(index, real);
+        if (row < 0 || !t.DeleteRow(row)) return 416;
+        return 0;
+    }
+    long row = append ? t.AppendRows(1) : EnsureTableRow(t, index, real);
+    if (row < 0) return 414;
+    result = IntText(row);
+    // /N repeats the write: a count of rows (appending), "A" all rows from here, "T" visible rows.
+    const SOption* many = FindOption(options, L"Nn");
+    if (!many) {
+        TagOptions(t, row, options);
+        return WriteRow(t, row, args, 1);
+    }
+    const Text& how = many->text;
+    long long count = 1;
+    const bool all = EqualNoCase(how, L"A"), visible = EqualNoCase(how, L"T");
+    if (!all && !visible && !EvalInteger(how, count)) return 111;
+    // From the addressed row on, in real rows.
+    const long start = row;
+    if (visible) {
+        for (long v = 0; v < t.GetRows(); ++v) {
+            const long r = t.GetRowIndex(v);
+            if (r < start) continue;
+            TagOptions(t, r, options);
+            if (const int code = WriteRow(t, r, args, 1)) return code;
+        }
+        return 0;
+    }
+    const long last = all ? t.m_nRows - 1 : start + static_cast<long>(count) - 1;
+    for (long k = start; k <= last; ++k) {
+        row = EnsureTableRow(t, k, true);
+        if (row < 0) return 414;
+        TagOptions(t, row, options);
+        if (const int code = WriteRow(t, row, args, 1)) return code;
+    }
+    return 0;
+}
+
+int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Text& result) {
+    CItemSection hold(t.m_cs);
+    if (args.empty()) return TagCommand(t, options);
+    const Text& first = args[0].text;
+    const bool plain = t.m_nKind == TABLE_PLAIN;
+    const bool real = (t.m_nMode & 2) != 0;
+    long long index = -1;
+    const bool append = first == L"*";
+    if (append || (args[0].kind == SWord::Plain && !first.empty() && !iswalpha(first[0]) &&
+                   EvalInteger(first, index))) {
+        if (!append && index < 0) return 153;
+        return plain ? SetPlainRow(t, args, options, append, static_cast<long>(index), real, result)
+                     : SetExtendedRow(t, args, options, append, static_cast<long>(index), real, result);
+    }
+    const int keyword = kSetKeywords.Find(first);
+    if (keyword < 0) return 4;
+    CWords rest(args.begin() + 1, args.end());
+    if (plain && keyword != SET_SORT) return 4;
+    switch (keyword) {
+    case SET_DEFINE:
+        return TableDefine(t, rest, options);
+    case SET_CONFIG:
+        return TableConfig(t, rest);
+    case SET_MODE:
+        return TableMode(t, rest);
+    case SET_FORMAT:
+        return TableFormat(t, rest);
+    case SET_SORT:
+        return TableSort(t, rest, options);
+    case SET_COPY:
+        return TableCopy(shell, t, rest, options);
+    case SET_FIND: {
+        if (rest.empty()) {
+            t.SetRanged(false);
+            t.SetAllTags(true);
+            return 0;
+        }
+        std::vector<Text> conditions;
+        for (const SWord& w : rest) conditions.push_back(w.text);
+        return t.FindRows(conditions, HasOption(options, L"S"), HasOption(options, L"Ii"),
+                          HasOption(options, L"Tt"));
+    }
+    case SET_CLIPBOARD:
+        return TableClipboard(t, options);
+    default:
+        return 4; // abbreviated lock words: the full words were taken before
+    }
+}
+
+} // namespace
+
+int CTableKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
+                        Text& result) {
+    auto& t = static_cast<CShellTable&>(item);
+    const int code = SetTable(shell, t, args, options, result);
+    if (code && HasOption(options, L"s")) return SilentTwin(code, code);
+    return code;
+}
+
+// The evaluator's and the shell's ways in ----------------------------------------------------------
+
+void* CTableKind::FromLines(const std::vector<Text>& lines) {
+    auto* t = new CShellTable(nullptr, TABLE_PLAIN, 1);
+    t->m_sLSep = t->m_sVSep = L"$$";
+    for (const Text& line : lines) {
+        const long row = t->AppendRows(1);
+        if (row >= 0) t->SetRowString(row, line);
+    }
+    return AsObject(t);
+}
+
+bool CTableKind::ToMatrix(void* object, TextView part, Matrix& out) {
+    if (!object || !part.empty()) return false;
+    return AsTable(object).ToValue(-1, -1, out) && !out.IsEmpty();
+}
+
+void* CTableKind::NewFromMatrix(CShell& shell, const Matrix& value) {
+    // Two spare rows beyond the value's own as the growth reserve.
+    CShellTable* t = CShellTable::FromMatrix(&shell.Env(), value, L"X", false, value.Rows() + 2);
+    return t ? AsObject(t) : nullptr;
+}
+
+void CTableKind::ValueText(CShell&, void* object, Text& out) {
+    CShellTable& t = AsTable(object);
+    CItemSection hold(t.m_cs);
+    const wchar_t* visible = t.m_bRanged ? L"tagged" : L"all";
+    if (t.m_nKind == TABLE_PLAIN) {
+        out = Format(L"type=simple, size=%d, visible=%s", static_cast<int>(t.GetRows()), visible);
+        return;
+    }
+    const wchar_t* type = (t.m_nKind & TABLE_DIRECTORY)   ? L"directory"
+                          : (t.m_nKind & TABLE_PARAMETER) ? L"parameter"
+                                                          : L"extended";
+    out = Format(L"type=%s, fields=%d, size=%d, visible=%s", type, t.m_nFields, static_cast<int>(t.GetRows()),
+                 visible);
+}
+
+long long CTableKind::Size(void* object) {
+    return AsTable(object).GetRows();
+}
+
+namespace {
+CTableKind g_tableKind;
+}
+
+void RegisterTables() {
+    CItemKindRegistry::Register(&g_tableKind);
+    RegisterTableCommands();
+}
