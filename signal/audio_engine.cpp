@@ -1,5 +1,6 @@
 #include "signal/audio_engine.h"
 
+#include <algorithm>
 #include <chrono>
 #include <fcntl.h>
 #include <portaudio.h>
@@ -152,6 +153,20 @@ bool CAudioEngine::RunningFor(const void* source) const {
 
 int CAudioEngine::Start(const SAudioRequest& request) {
     if (!request.wave || !request.wave->IsValid()) return 4;
+    if (request.record && request.coding != CODING_PCM16 && request.coding != CODING_PCM32) return 3;
+    const auto& list = AudioDevices(request.record);
+    if (request.device >= 0 && request.device < static_cast<int>(list.size())) {
+        const SAudioDevice& device = list[static_cast<size_t>(request.device)];
+        if (device.number >= 0) {
+            PaStreamParameters p{};
+            p.device = device.number;
+            p.channelCount = request.wave->GetChannels();
+            p.sampleFormat = PaFormat(request.coding);
+            if (Pa_IsFormatSupported(request.record ? &p : nullptr, request.record ? nullptr : &p,
+                                     request.wave->GetRate()) != paFormatIsSupported)
+                return 5;
+        }
+    }
     std::unique_lock lock(m_lock);
     if (m_state.load() == 2) return 437;
     if (m_thread.joinable()) m_thread.join();
@@ -185,9 +200,18 @@ void CAudioEngine::Stop(void* source) {
 
 void CAudioEngine::Post(const SAudioRequest& request, uint32_t code, long long param) {
     if (!request.env) return;
-    std::lock_guard lock(request.env->Lock());
-    if (CShell* shell = request.env->FindShell(request.shellId))
-        shell->Post(request.source, code, static_cast<intptr_t>(param));
+    // Whoever stops the engine may hold the environment lock while it waits for this
+    // thread (a shell that ends with its items): then the message is not needed.
+    for (;;) {
+        std::unique_lock lock(request.env->Lock(), std::try_to_lock);
+        if (lock.owns_lock()) {
+            if (CShell* shell = request.env->FindShell(request.shellId))
+                shell->Post(request.source, code, static_cast<intptr_t>(param));
+            return;
+        }
+        if (m_stop.load()) return;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
 }
 
 void CAudioEngine::Run(SAudioRequest request, std::unique_ptr<CSfio, CSfioCloser> sfio) {
@@ -197,7 +221,11 @@ void CAudioEngine::Run(SAudioRequest request, std::unique_ptr<CSfio, CSfioCloser
     const int channels = sfio->Channels();
     const double rate = request.wave->GetRate();
     const long long block = sfio->BufferFrames();
-    auto* frames = static_cast<float*>(sfio->Buffer());
+    // The engine's own block, lent to the SFIO: a short last block of a recording is
+    // handed over by lending a shorter view of it.
+    std::vector<float> ownBlock(static_cast<size_t>(block * channels));
+    float* frames = ownBlock.data();
+    sfio->SetBuffer(block, frames);
     std::vector<uint8_t> deviceBlock(static_cast<size_t>(block * channels * 4));
     PaStream* stream = nullptr;
     if (device.number >= 0) {
@@ -205,8 +233,11 @@ void CAudioEngine::Run(SAudioRequest request, std::unique_ptr<CSfio, CSfioCloser
         p.device = device.number;
         p.channelCount = channels;
         p.sampleFormat = PaFormat(request.coding);
-        p.suggestedLatency = request.record ? Pa_GetDeviceInfo(device.number)->defaultLowInputLatency
-                                            : Pa_GetDeviceInfo(device.number)->defaultLowOutputLatency;
+        // The ring of blocks is the device's buffer: all blocks but the one being filled.
+        const double ring = double(std::max(1, request.blocks - 1) * block) / rate;
+        const PaDeviceInfo* info = Pa_GetDeviceInfo(device.number);
+        p.suggestedLatency =
+            std::max(ring, request.record ? info->defaultLowInputLatency : info->defaultLowOutputLatency);
         if (Pa_OpenStream(&stream, request.record ? &p : nullptr, request.record ? nullptr : &p, rate,
                           static_cast<unsigned long>(block), paNoFlag, nullptr, nullptr) != paNoError ||
             Pa_StartStream(stream) != paNoError) {

@@ -24,6 +24,7 @@
 #include "signal/register_signal.h"
 #include "signal/sample_coding.h"
 #include "signal/segment_address.h"
+#include "signal/segment_tables.h"
 #include "signal/sound_file.h"
 #include "signal/sound_file_list.h"
 
@@ -81,6 +82,8 @@ int LoadSoundFile(CShell& shell, CWords& args, COptions& options) {
         delete file;
         return failure;
     }
+    // The directory goes into a table of its own when tables exist.
+    if (const SSegmentTableHooks* hooks = SegmentTableHooks()) file->m_pTable = hooks->create(*file);
     {
         std::lock_guard lock(env.Lock());
         env.SoundFiles().Add(key, file);
@@ -128,11 +131,7 @@ SSegmentContext FileContext(CSoundFile* file) {
     context.rate = file->Rate();
     context.length = file->Frames();
     context.lookup = [file](TextView name, long long& begin, long long& end) {
-        const SSegment* segment = file->FindSegment(name);
-        if (!segment) return false;
-        begin = segment->begin;
-        end = segment->end;
-        return true;
+        return LookupFileSegment(*file, name, begin, end);
     };
     return context;
 }

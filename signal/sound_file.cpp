@@ -1,17 +1,53 @@
 #include "signal/sound_file.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include "numeric/vector_kernels.h"
 #include "signal/sample_coding.h"
+#include "signal/segment_tables.h"
+
+#include <set>
 
 namespace {
 constexpr size_t kMaxPath = 260;
 constexpr size_t kMoveBlock = 32768;
 constexpr uint64_t kMaxRiffFile = 0x7FFFFFFF;
+// Every sound file alive: a Wave file still being written when the process ends
+// gets its sizes, so that it is a proper file for whoever reads it next.
+class CLiveFiles {
+public:
+    void FinishAll() {
+        std::lock_guard lock(m_lock);
+        for (CSoundFile* file : m_files) file->FinishSizes();
+    }
+    void Add(CSoundFile* file) {
+        std::lock_guard lock(m_lock);
+        m_files.insert(file);
+    }
+    void Remove(CSoundFile* file) {
+        std::lock_guard lock(m_lock);
+        m_files.erase(file);
+    }
+
+private:
+    std::mutex m_lock;
+    std::set<CSoundFile*> m_files;
+};
+
+// Never destroyed, so that a file that outlives the statics can still leave the set.
+CLiveFiles& LiveFiles() {
+    static CLiveFiles* files = [] {
+        auto* made = new CLiveFiles;
+        std::atexit([] { LiveFiles().FinishAll(); });
+        return made;
+    }();
+    return *files;
+}
+
 } // namespace
 
 bool CSoundFileHandle::Open(const Text& path, EMode mode) {
@@ -70,9 +106,27 @@ uint64_t CSoundFileHandle::Size() const {
     return static_cast<uint64_t>(st.st_size);
 }
 
+CSoundFile::CSoundFile() {
+    LiveFiles().Add(this);
+}
+
 CSoundFile::~CSoundFile() {
+    LiveFiles().Remove(this);
     m_users = 0;
     Close();
+}
+
+void CSoundFile::FinishSizes() {
+    std::lock_guard lock(m_cs);
+    if (!m_file.IsOpen() || Kind() != SFKIND_WAVE || !Writable() || !m_bSizesDirty) return;
+    const uint64_t size = m_file.Size();
+    if (size <= kMaxRiffFile) {
+        const uint32_t riff = static_cast<uint32_t>(size - 8);
+        const uint32_t data = static_cast<uint32_t>(size - static_cast<uint64_t>(m_dataOffset));
+        m_file.Write(4, &riff, 4);
+        m_file.Write(static_cast<uint64_t>(m_dataOffset) - 4, &data, 4);
+    }
+    m_bSizesDirty = false;
 }
 
 int CSoundFile::OpenHeader(const Text& path, int mode, int channels, double rate, long long dataOffset) {
@@ -158,17 +212,10 @@ int CSoundFile::Close() {
     std::lock_guard lock(m_cs);
     if (m_users > 0) return SF_BUSY;
     if (!m_file.IsOpen()) return 0;
-    if (Kind() == SFKIND_WAVE && Writable() && m_bSizesDirty) {
-        const uint64_t size = m_file.Size();
-        if (size <= kMaxRiffFile) {
-            const uint32_t riff = static_cast<uint32_t>(size - 8);
-            const uint32_t data = static_cast<uint32_t>(size - static_cast<uint64_t>(m_dataOffset));
-            m_file.Write(4, &riff, 4);
-            m_file.Write(static_cast<uint64_t>(m_dataOffset) - 4, &data, 4);
-        }
-    }
+    FinishSizes();
     m_file.Close();
     m_bSizesDirty = false;
+    DetachSegmentTable(*this);
     return 0;
 }
 

@@ -42,7 +42,7 @@ private:
 
 class CSoundFile {
 public:
-    CSoundFile() = default;
+    CSoundFile();
     ~CSoundFile();
     CSoundFile(const CSoundFile&) = delete;
     CSoundFile& operator=(const CSoundFile&) = delete;
@@ -87,6 +87,10 @@ public:
 
     // The table of segments (a CShellTable) when one is attached; opaque here.
     void* m_pTable = nullptr;
+
+    // Rewrites the RIFF sizes of a written Wave file now (also done by Close, and for
+    // every file still open when the process ends).
+    void FinishSizes();
 
 private:
     int OpenHeader(const Text& path, int mode, int channels, double rate, long long dataOffset);

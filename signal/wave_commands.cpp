@@ -36,8 +36,9 @@
 //   SET w END [/E]    ends the sequence; /E renders it to memory once.
 //
 //   SET w COPY <wave item> [<frames>] [/R]   copies the other wave into this one.
-//   SET w COPY <item> [<column>] /W          writes a table or number object's
+//   SET w COPY <item> [<column>] /W          writes a table's, value's or number object's
 //                  column (all columns with as many as channels) into the wave.
+//   SET w COPY <value item>                  reads the wave into the value, frames by channels.
 //   SET w PLAY|RECORD [<buffers> [<frames> [<begin> [<end> [<value item> [<gain>]]]]]]
 //                  * skips an argument; /1 /2 /3 /4 PCM8..PCM32 on the device, /R reversed;
 //                  the value item receives the frames played when the run ends.
@@ -50,11 +51,13 @@
 
 #include "base/keyword_table.h"
 #include "expr/numeric_args.h"
+#include "items/value_item.h"
 #include "numeric/matrix.h"
 #include "shell/options.h"
 #include "shell/shell.h"
 #include "signal/audio_engine.h"
 #include "signal/segment_address.h"
+#include "signal/segment_tables.h"
 #include "signal/sequence_wave.h"
 #include "signal/sound_file.h"
 #include "signal/sound_file_list.h"
@@ -168,9 +171,7 @@ int ShapeArguments(CShell& shell, CSequenceWave& sequence, int shape, CWords& ar
         context.rate = file->Rate();
         context.length = file->Frames();
         context.lookup = [file](TextView name, long long& b, long long& e) {
-            const SSegment* seg = file->FindSegment(name);
-            if (seg) b = seg->begin, e = seg->end;
-            return seg != nullptr;
+            return LookupFileSegment(*file, name, b, e);
         };
         long long begin = 0, end = 0, channel = 1;
         if (ParseSegmentRange(args[at].text, context, begin, end) != 0 || end > file->Frames())
@@ -327,6 +328,24 @@ int TransformCommand(CShell& shell, CWaveItem& item, int command, CWords& args, 
     return 0;
 }
 
+int CopyIntoValue(CWaveObject& wave, CShellValue& value) {
+    const int channels = wave.GetChannels();
+    const long long frames = wave.GetFrames();
+    if (frames <= 0 || frames > 0x7FFFFFFF) return 61;
+    int error = 0;
+    SfioPtr reader(wave.CreateSfio(SFIO_READ | CODING_FLOAT, error, frames));
+    if (!reader) return error == 1 ? 62 : error;
+    if (reader->Transfer() != frames) return 62;
+    const auto* samples = static_cast<const float*>(reader->Buffer());
+    Matrix m(static_cast<int>(frames), channels);
+    for (long long f = 0; f < frames; ++f)
+        for (int c = 0; c < channels; ++c) m(static_cast<int>(f), c) = samples[f * channels + c];
+    std::lock_guard hold(value.m_lock);
+    value.m_type = CShellValue::DATA_NUMBER;
+    value.m_value = std::move(m);
+    return 0;
+}
+
 int CopyCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& options) {
     CWaveObject* target = item.Wave();
     if (args.size() < 2) return 2;
@@ -344,8 +363,9 @@ int CopyCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& options)
             SFIO_READ | CODING_FLOAT | (HasOption(options, L"Rr") ? SFIO_REVERSED : 0), error, frames));
         if (!reader) return error;
         const long long total = std::min(reader->Length(), writer->Length());
+        std::vector<float> block(static_cast<size_t>(frames * target->GetChannels()));
         for (long long done = 0; done < total;) {
-            reader->SetBuffer(std::min(frames, total - done), reader->Buffer() ? nullptr : nullptr);
+            reader->SetBuffer(std::min(frames, total - done), block.data());
             const long long n = reader->Transfer();
             if (n <= 0) break;
             writer->SetBuffer(n, reader->Buffer());
@@ -354,10 +374,14 @@ int CopyCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& options)
         }
         return 0;
     }
-    // A table or number object: only the way into the wave is open to every kind.
+    // A table, value or number object: every kind that has numbers goes into the wave;
+    // the wave goes into a value (frames by channels). Tables take it once they exist.
     CShell::ItemEntry* e = shell.FindItem(args[1].text);
     if (!e) return 60;
-    if (!HasOption(options, L"Ww")) return 157;
+    if (!HasOption(options, L"Ww")) {
+        if (ItemKindOf(e->user) != KIND_VALUE) return 157;
+        return CopyIntoValue(*target, *static_cast<CShellValue*>(e->value));
+    }
     CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user));
     Matrix m;
     if (!kind || !kind->ToMatrix(e->value, L"", m) || m.IsEmpty()) return 61;

@@ -9,6 +9,7 @@
 #include "signal/audio_engine.h"
 #include "signal/memory_wave.h"
 #include "signal/segment_address.h"
+#include "signal/segment_tables.h"
 #include "signal/sequence_wave.h"
 #include "signal/slave_wave.h"
 #include "signal/sound_file.h"
@@ -48,9 +49,7 @@ int CreateStream(CShell& shell, CWords& args, CWaveObject*& out) {
     if (args.empty()) return 2;
     SSegmentContext context = WaveContext(file->Rate(), file->Frames());
     context.lookup = [file](TextView name, long long& b, long long& e) {
-        const SSegment* s = file->FindSegment(name);
-        if (s) b = s->begin, e = s->end;
-        return s != nullptr;
+        return LookupFileSegment(*file, name, b, e);
     };
     long long begin = 0, end = 0;
     if (const int code = ParseSegmentRange(args[0].text, context, begin, end); code != 0) return code;

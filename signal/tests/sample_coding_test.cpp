@@ -44,6 +44,9 @@ TEST(SampleCoding, WiderIntegersKeepTheirTopBytes) {
     int16_t s16 = 0;
     ConvertSamples(CODING_PCM24, p24, 0, 1, CODING_PCM16, &s16, 0, 1, 1);
     EXPECT_EQ(s16, static_cast<int16_t>(0x9234));
+    uint8_t u8 = 0;
+    ConvertSamples(CODING_PCM24, p24, 0, 1, CODING_PCM8, &u8, 0, 1, 1);
+    EXPECT_EQ(u8, 0x92 - 0x80); // high byte -110, plus 128
     int32_t s32 = 0;
     ConvertSamples(CODING_PCM24, p24, 0, 1, CODING_PCM32, &s32, 0, 1, 1);
     EXPECT_EQ(static_cast<uint32_t>(s32), 0x9234FF00u);

@@ -63,11 +63,11 @@ TEST(Sfio, BadRangesFallBackToTheWholeWave) {
         EXPECT_EQ(sfio->First(), 0);
         EXPECT_EQ(sfio->End(), 50);
     }
-    SfioPtr part(wave->CreateSfio(SFIO_READ | CODING_PCM16, error, 100, 10, 20));
-    EXPECT_EQ(part->Length(), 10);
-    EXPECT_EQ(part->Transfer(), 10);
-    EXPECT_EQ(static_cast<int16_t*>(part->Buffer())[0], 10);
-    EXPECT_EQ(part->Transfer(), 0);
+    SfioPtr window(wave->CreateSfio(SFIO_READ | CODING_PCM16, error, 100, 10, 20));
+    EXPECT_EQ(window->Length(), 10);
+    EXPECT_EQ(window->Transfer(), 10);
+    EXPECT_EQ(static_cast<int16_t*>(window->Buffer())[0], 10);
+    EXPECT_EQ(window->Transfer(), 0);
 }
 
 TEST(Sfio, RefusesWhatItCannotDo) {

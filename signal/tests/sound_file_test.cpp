@@ -112,28 +112,6 @@ TEST(SoundFile, SampleWidthDecidesBeforeTheTag) {
     EXPECT_EQ(variant(1, 24), CODING_PCM24);
 }
 
-// A Wave file with a dir5 chunk of `entries` x 20 bytes (+ `extra`) between fmt and data.
-std::string WaveWithDir5(const std::string& name, int extra) {
-    const std::string plain = TestPath("plain_" + name);
-    Sox("-n -r 8000 -c 1 -b 16 -e signed -t wavpcm " + plain + " synth 0.1 sine 440");
-    std::vector<unsigned char> b = FileBytes(plain);
-    std::vector<unsigned char> dir(40 + extra, 0);
-    dir[0] = 1;
-    std::memcpy(&dir[1], "VOWEL   ", 8);
-    std::memcpy(&dir[9], "A  ", 3);
-    dir[12] = 100;
-    dir[16] = 0x2C;
-    dir[17] = 0x01; // 300
-    dir[20] = 1;    // the last entry is the end whatever it says
-    std::memcpy(&dir[21], "LOST", 4);
-    std::vector<unsigned char> chunk = {'d', 'i', 'r', '5', static_cast<unsigned char>(dir.size()), 0, 0, 0};
-    chunk.insert(chunk.end(), dir.begin(), dir.end());
-    b.insert(b.begin() + 36, chunk.begin(), chunk.end());
-    const std::string path = TestPath(name);
-    WriteBytes(path, b);
-    return path;
-}
-
 TEST(SoundFile, Dir5ChunkGivesSegmentsAndABadOneSpoilsTheFile) {
     CSoundFile file;
     ASSERT_EQ(file.Open(FromUtf8(WaveWithDir5("dir5.wav", 0)), SFACCESS_READ), 0);
@@ -147,7 +125,7 @@ TEST(SoundFile, Dir5ChunkGivesSegmentsAndABadOneSpoilsTheFile) {
 }
 
 TEST(SoundFile, WrittenWaveHasItsSizesAndSoxAgrees) {
-    const Text path = FromUtf8(TestPath("written.wav"));
+    const Text path = FromUtf8(FreshPath("written.wav"));
     CSoundFile file;
     ASSERT_EQ(file.Create(path, SFKIND_WAVE | CODING_FLOAT | SFACCESS_WRITE, 2, 44100), 0);
     EXPECT_TRUE(file.Writable());
@@ -171,8 +149,25 @@ TEST(SoundFile, WrittenWaveHasItsSizesAndSoxAgrees) {
     EXPECT_EQ(again.Frames(), 1000);
 }
 
+TEST(SoundFile, WaveBeyondTwoGigabytesKeepsTheSizesAsWritten) {
+    const std::string path = FreshPath("huge.wav");
+    CSoundFile file;
+    ASSERT_EQ(file.Create(FromUtf8(path), SFKIND_WAVE | CODING_PCM16 | SFACCESS_WRITE, 1, 8000), 0);
+    const int16_t one = 1;
+    ASSERT_TRUE(file.WriteFrames(10, 1, &one));
+    ASSERT_TRUE(file.WriteFrames(0x40000000LL, 1, &one)); // sparse: past 2 GiB
+    ASSERT_EQ(file.Close(), 0);
+    std::vector<unsigned char> head(44);
+    FILE* in = std::fopen(path.c_str(), "rb");
+    ASSERT_EQ(std::fread(head.data(), 1, 44, in), 44u);
+    std::fclose(in);
+    std::remove(path.c_str());
+    EXPECT_EQ(Le32(head, 4), 36u);
+    EXPECT_EQ(Le32(head, 40), 0u);
+}
+
 TEST(SoundFile, Kv5KeepsRateChannelsSamplesAndDirectory) {
-    const std::string path = TestPath("native.kv5");
+    const std::string path = FreshPath("native.kv5");
     {
         CSoundFile file;
         ASSERT_EQ(file.Create(FromUtf8(path), SFKIND_KV5 | CODING_PCM16 | SFACCESS_WRITE, 3, 22050), 0);
@@ -217,7 +212,7 @@ TEST(SoundFile, Kv5KeepsRateChannelsSamplesAndDirectory) {
 }
 
 TEST(SoundFile, Kv5RefusesItsRateLimitAndBadDirectories) {
-    const std::string path = TestPath("limit.kv5");
+    const std::string path = FreshPath("limit.kv5");
     {
         CSoundFile file;
         ASSERT_EQ(file.Create(FromUtf8(path), SFKIND_KV5 | CODING_PCM8 | SFACCESS_WRITE, 1, 191999), 0);
@@ -230,11 +225,11 @@ TEST(SoundFile, Kv5RefusesItsRateLimitAndBadDirectories) {
     CSoundFile file;
     EXPECT_EQ(file.Open(FromUtf8(path), SFACCESS_READ), SF_BADFORMAT);
     CSoundFile refused;
+    EXPECT_EQ(refused.Create(FromUtf8(FreshPath("high.kv5")), SFKIND_KV5 | CODING_PCM16 | SFACCESS_WRITE, 1,
+                             192000),
+              SF_BADHEADER);
     EXPECT_EQ(
-        refused.Create(FromUtf8(TestPath("high.kv5")), SFKIND_KV5 | CODING_PCM16 | SFACCESS_WRITE, 1, 192000),
-        SF_BADHEADER);
-    EXPECT_EQ(
-        refused.Create(FromUtf8(TestPath("f.kv5")), SFKIND_KV5 | CODING_FLOAT | SFACCESS_WRITE, 1, 8000),
+        refused.Create(FromUtf8(FreshPath("f.kv5")), SFKIND_KV5 | CODING_FLOAT | SFACCESS_WRITE, 1, 8000),
         SF_BADHEADER);
     const float fine = 8000.0f;
     std::memcpy(&b[43], &fine, 4);

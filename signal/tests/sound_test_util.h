@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <string>
 #include <unistd.h>
 #include <vector>
@@ -21,6 +22,13 @@ inline std::string TestFolder() {
 
 inline std::string TestPath(const std::string& name) {
     return TestFolder() + "/" + name;
+}
+
+// A path in the folder with no file behind it (tests may run repeatedly in one process).
+inline std::string FreshPath(const std::string& name) {
+    const std::string path = TestPath(name);
+    std::remove(path.c_str());
+    return path;
 }
 
 // Runs sox with the given arguments; true on success.
@@ -58,4 +66,26 @@ inline void WriteBytes(const std::string& path, const std::vector<unsigned char>
 
 inline uint32_t Le32(const std::vector<unsigned char>& b, size_t at) {
     return uint32_t(b[at]) | uint32_t(b[at + 1]) << 8 | uint32_t(b[at + 2]) << 16 | uint32_t(b[at + 3]) << 24;
+}
+
+// A Wave file with a dir5 chunk of `entries` x 20 bytes (+ `extra`) between fmt and data.
+inline std::string WaveWithDir5(const std::string& name, int extra) {
+    const std::string plain = TestPath("plain_" + name);
+    Sox("-n -r 8000 -c 1 -b 16 -e signed -t wavpcm " + plain + " synth 0.1 sine 440");
+    std::vector<unsigned char> b = FileBytes(plain);
+    std::vector<unsigned char> dir(40 + extra, 0);
+    dir[0] = 1;
+    std::memcpy(&dir[1], "VOWEL   ", 8);
+    std::memcpy(&dir[9], "A  ", 3);
+    dir[12] = 100;
+    dir[16] = 0x2C;
+    dir[17] = 0x01; // 300
+    dir[20] = 1;    // the last entry is the end whatever it says
+    std::memcpy(&dir[21], "LOST", 4);
+    std::vector<unsigned char> chunk = {'d', 'i', 'r', '5', static_cast<unsigned char>(dir.size()), 0, 0, 0};
+    chunk.insert(chunk.end(), dir.begin(), dir.end());
+    b.insert(b.begin() + 36, chunk.begin(), chunk.end());
+    const std::string path = TestPath(name);
+    WriteBytes(path, b);
+    return path;
 }

@@ -76,7 +76,7 @@ TEST_F(SoundFileCommands, LoadSelectsSegmentsTruncateAndUnload) {
 }
 
 TEST_F(SoundFileCommands, CreateKv5AndBinaryFromAMacro) {
-    const Text kv5 = FromUtf8(TestPath("made.kv5"));
+    const Text kv5 = FromUtf8(FreshPath("made.kv5"));
     const Text raw = FromUtf8(TestPath("made.raw"));
     WriteBytes(ToUtf8(raw), std::vector<unsigned char>(400, 0));
     ASSERT_TRUE(Load(L"[MACRO T]\n"
@@ -96,7 +96,7 @@ TEST_F(SoundFileCommands, CreateKv5AndBinaryFromAMacro) {
                      L"C := $RC\n"
                      L"CH := $CSFH\n"
                      L"LOAD SOUNDFILE /C '" +
-                     FromUtf8(TestPath("x.kv5")) +
+                     FromUtf8(FreshPath("x.kv5")) +
                      L"' KV5 FLOAT 1 8000\n"
                      L"D := $RC\n"
                      L"LOAD SOUNDFILE '" +

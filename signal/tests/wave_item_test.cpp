@@ -182,7 +182,9 @@ TEST_F(WaveItem, PlaysOnTheSilentDeviceWithPositionAndEndMessages) {
                      L"PROG := ~w[PROGRESS]\n"));
     RunAndWait(L"T");
     EXPECT_EQ(Var(L"P1"), L"0");
-    EXPECT_NE(Var(L"OUT").find(L"silent device;*;"), Text::npos) << Var(L"OUT");
+    // The default device first, the silent one last and selected.
+    EXPECT_EQ(Var(L"OUT").rfind(L"default (", 0), 0u) << Var(L"OUT");
+    EXPECT_EQ(Var(L"OUT").size() - Var(L"OUT").rfind(L"silent device;*;"), 16u) << Var(L"OUT");
     EXPECT_EQ(Var(L"FIRST"), L"WAVE w RUN 5"); // frames 5 to 10, one short block
     EXPECT_EQ(Var(L"LAST"), L"WAVE w EXIT 5");
     EXPECT_EQ(Var(L"FIVE"), L"5");
@@ -206,6 +208,10 @@ TEST_F(WaveItem, NumbersGoIntoWavesAndRecordingTakesSilence) {
                      L"M1 := $RC\n"
                      L"m COPY $#n\n"
                      L"M2 := $RC\n"
+                     L"NEW VALUE nums\n"
+                     L"m COPY nums\n"
+                     L"M3 := $RC\n"
+                     L"NUMBERS := ~nums\n"
                      L"NEW WAVE q /Q 1 8000\n"
                      L"q SIGNAL 0 * 0 Table $#n\n"
                      L"Q1 := $RC\n"
@@ -223,6 +229,8 @@ TEST_F(WaveItem, NumbersGoIntoWavesAndRecordingTakesSilence) {
                      L"r DEVICE /I Silent\n"
                      L"INSEL := ~r[INSELECTED]\n"
                      L"CAPS := ~r[INCAPS]\n"
+                     L"r RECORD /3\n"
+                     L"R24 := $RC\n"
                      L"r RECORD\n"
                      L"R1 := $RC\n"
                      L"#last := ''\n"
@@ -240,11 +248,14 @@ TEST_F(WaveItem, NumbersGoIntoWavesAndRecordingTakesSilence) {
     EXPECT_EQ(Var(L"MLEN"), L"10");
     EXPECT_EQ(Var(L"M1"), L"0");
     EXPECT_EQ(Var(L"M2"), L"157"); // into tables once they exist
+    EXPECT_EQ(Var(L"M3"), L"0");
+    EXPECT_EQ(Var(L"NUMBERS"), L"0.5 0.25 0 -0.25 0 0 0 0 0 0");
     EXPECT_EQ(Var(L"Q1"), L"0");
     EXPECT_EQ(Var(L"Q2"), L"95"); // no fourth column
     EXPECT_EQ(Var(L"Q3"), L"0");
     EXPECT_EQ(Var(L"QLEN"), L"7");
     EXPECT_EQ(Var(L"ENDLESS"), L"157");
+    EXPECT_EQ(Var(L"R24"), L"3"); // devices record 16 or 32 bits
     EXPECT_EQ(Var(L"R1"), L"0");
     EXPECT_EQ(Var(L"RLAST"), L"WAVE r EXIT 2000");
     EXPECT_NE(Var(L"INSEL"), L"0");
