@@ -6,10 +6,14 @@
 
 #include "macro/register.h"
 #include "shell/shell_env.h"
+#include "signal/register_signal.h"
 
 void RegisterCore() {
     static std::once_flag once;
-    std::call_once(once, [] { RegisterMacroLayer(); });
+    std::call_once(once, [] {
+        RegisterMacroLayer();
+        RegisterSignalLayer();
+    });
 }
 
 Text ExecutablePath() {

@@ -1,0 +1,12 @@
+#include "signal/register_signal.h"
+
+#include "signal/segment_tables.h"
+#include "signal/wave_item.h"
+
+void RegisterSignalLayer() {
+    RegisterSoundFileCommands();
+    RegisterWaveKind();
+#ifdef KVO_SEGMENT_TABLES
+    RegisterSegmentTables();
+#endif
+}
