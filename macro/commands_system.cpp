@@ -258,7 +258,7 @@ bool MountOf(const std::vector<SMount>& mounts, const std::string& path, SMount&
 }
 
 // The lock of the cached mount list, taken by every DRIVE.
-std::timed_mutex g_mountLock;
+std::mutex g_mountLock;
 std::vector<SMount> g_mounts;
 std::string g_mountsText;
 
@@ -286,8 +286,13 @@ int DriveCommand(CShell&, CWords& args, COptions&, int, Text& result) {
             ++i;
         }
     }
+    // A plain mutex tried in steps rather than a timed one: thread checkers see every step of it.
     std::unique_lock lock(g_mountLock, std::defer_lock);
-    if (!lock.try_lock_for(std::chrono::seconds(2))) return 246;
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
+    while (!lock.try_lock()) {
+        if (std::chrono::steady_clock::now() >= deadline) return 246;
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
     RefreshMounts();
     if (args.empty()) {
         // The root comes first: it is always there, whatever the mount table says.
