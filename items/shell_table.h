@@ -185,5 +185,11 @@ private:
     bool m_bPlacesMoved = false;
 };
 
+// NEW TABLE name /S: the segment table of the shell's current sound file, which the
+// sound layer owns and hands out here. 0 with the table (the caller takes a share), or a
+// code (108 when no sound file is selected). Without a sound layer the option answers 157.
+using SegmentTableSource = int (*)(CShell& shell, CShellTable*& table);
+void SetSegmentTableSource(SegmentTableSource source);
+
 // Registers the TABLE item kind and the table commands (FIND, TAGS).
 void RegisterTables();

@@ -2,6 +2,7 @@
 #include "items/table_kind.h"
 
 #include <algorithm>
+#include <atomic>
 
 #include "base/keyword_table.h"
 #include "expr/numeric_args.h"
@@ -185,13 +186,26 @@ int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& ma
     return 0;
 }
 
+std::atomic<SegmentTableSource> g_segmentSource{nullptr};
+
 } // namespace
+
+void SetSegmentTableSource(SegmentTableSource source) {
+    g_segmentSource = source;
+}
 
 int CTableKind::Create(CShell& shell, const Text&, CWords& args, COptions& options, void*& object) {
     object = nullptr;
     const bool quiet = HasOption(options, L"Ll");
     // The segment table of the current sound file belongs to the sound layer.
-    if (HasOption(options, L"S")) return 157;
+    if (HasOption(options, L"S")) {
+        if (!g_segmentSource) return 157;
+        CShellTable* segments = nullptr;
+        if (const int code = g_segmentSource(shell, segments)) return quiet ? SilentTwin(code, code) : code;
+        segments->AddRef();
+        object = AsObject(segments);
+        return 0;
+    }
     CShellTable* t = nullptr;
     const int code = CreateTable(shell, args, options, t);
     if (code) return quiet ? SilentTwin(code, code) : code;

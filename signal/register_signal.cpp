@@ -6,7 +6,5 @@
 void RegisterSignalLayer() {
     RegisterSoundFileCommands();
     RegisterWaveKind();
-#ifdef KVO_SEGMENT_TABLES
     RegisterSegmentTables();
-#endif
 }

@@ -1,8 +1,10 @@
 // The directory table of a sound file: one row a segment, fields Name, Begin
-// and Length. Linked in with the table layer (items/shell_table.cpp).
+// and Length.
 #include "signal/segment_tables.h"
+
 #include "items/shell_table.h"
 #include "signal/sound_file.h"
+#include "signal/sound_file_list.h"
 
 namespace {
 
@@ -72,6 +74,18 @@ constexpr SSegmentTableHooks kHooks = {Create, Lookup, AddRef, Release, CanHold,
 
 } // namespace
 
+namespace {
+// NEW TABLE t /S: another share of the current sound file's segment table.
+int CurrentSegments(CShell& shell, CShellTable*& table) {
+    CSoundFile* file = CurrentSoundFile(shell);
+    if (!file) return 108;
+    if (!file->m_pTable) return 157;
+    table = static_cast<CShellTable*>(static_cast<CShellItem*>(file->m_pTable));
+    return 0;
+}
+} // namespace
+
 void RegisterSegmentTables() {
     SetSegmentTableHooks(&kHooks);
+    SetSegmentTableSource(&CurrentSegments);
 }
