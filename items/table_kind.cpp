@@ -199,9 +199,10 @@ int CTableKind::Create(CShell& shell, const Text&, CWords& args, COptions& optio
     const bool quiet = HasOption(options, L"Ll");
     // The segment table of the current sound file belongs to the sound layer.
     if (HasOption(options, L"S")) {
-        if (!g_segmentSource) return 157;
+        const SegmentTableSource source = g_segmentSource.load();
+        if (!source) return 157;
         CShellTable* segments = nullptr;
-        if (const int code = g_segmentSource(shell, segments)) return quiet ? SilentTwin(code, code) : code;
+        if (const int code = source(shell, segments)) return quiet ? SilentTwin(code, code) : code;
         segments->AddRef();
         object = AsObject(segments);
         return 0;
