@@ -295,3 +295,15 @@ Text Trim(TextView text) {
     while (b > a && (text[b - 1] == L' ' || text[b - 1] == L'\t')) --b;
     return Text(text.substr(a, b - a));
 }
+
+std::vector<Text> SplitBlanks(TextView line) {
+    std::vector<Text> words;
+    size_t i = 0;
+    while (i < line.size()) {
+        while (i < line.size() && (line[i] == L' ' || line[i] == L'\t')) ++i;
+        const size_t start = i;
+        while (i < line.size() && line[i] != L' ' && line[i] != L'\t') ++i;
+        if (i > start) words.emplace_back(line.substr(start, i - start));
+    }
+    return words;
+}

@@ -58,3 +58,5 @@ Text FromUtf8(std::string_view bytes);
 
 // Blanks and tabs trimmed at both ends.
 Text Trim(TextView text);
+// The words of a line separated by blanks and tabs.
+std::vector<Text> SplitBlanks(TextView line);

@@ -13,18 +13,6 @@ enum { W_ROOT, W_ELEMENT, W_CHILD, W_ATTRIBUTE, W_NAME, W_CLOSE };
 constexpr const wchar_t* kTypeWords[] = {L"integer", L"number", L"string", L"valuelist", nullptr};
 constexpr const wchar_t* kUseWords[] = {L"no", L"yes", L"all", nullptr};
 
-std::vector<Text> SplitWords(TextView line) {
-    std::vector<Text> words;
-    size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && (line[i] == L' ' || line[i] == L'\t')) ++i;
-        const size_t start = i;
-        while (i < line.size() && line[i] != L' ' && line[i] != L'\t') ++i;
-        if (i > start) words.emplace_back(line.substr(start, i - start));
-    }
-    return words;
-}
-
 bool Bound(const Text& word, double& value, bool& open) {
     open = word == L"*";
     if (open) return true;
@@ -44,7 +32,7 @@ bool CXDTSchema::Parse(TextView doctype, Text& message) {
     static const CKeywordTable uses(kUseWords);
     *this = CXDTSchema{};
     // The document type's own name stands for the schema name and root until lines say otherwise.
-    const std::vector<Text> head = SplitWords(doctype.substr(0, doctype.find_first_of(L"[\r\n")));
+    const std::vector<Text> head = SplitBlanks(doctype.substr(0, doctype.find_first_of(L"[\r\n")));
     if (head.size() >= 2) m_name = m_root = Trim(head[1]);
     const size_t open = doctype.find(L'[');
     const size_t close = doctype.rfind(L']');
@@ -56,7 +44,7 @@ bool CXDTSchema::Parse(TextView doctype, Text& message) {
     while (pos <= body.size()) {
         size_t end = body.find_first_of(L"\r\n", pos);
         if (end == TextView::npos) end = body.size();
-        const std::vector<Text> line = SplitWords(body.substr(pos, end - pos));
+        const std::vector<Text> line = SplitBlanks(body.substr(pos, end - pos));
         pos = end + 1;
         ++lineNumber;
         if (line.empty()) continue;

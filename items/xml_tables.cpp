@@ -50,18 +50,6 @@ std::vector<Text> Lines(TextView text) {
     return lines;
 }
 
-std::vector<Text> Words(TextView line) {
-    std::vector<Text> words;
-    size_t i = 0;
-    while (i < line.size()) {
-        while (i < line.size() && (line[i] == L' ' || line[i] == L'\t')) ++i;
-        const size_t start = i;
-        while (i < line.size() && line[i] != L' ' && line[i] != L'\t') ++i;
-        if (i > start) words.emplace_back(line.substr(start, i - start));
-    }
-    return words;
-}
-
 } // namespace
 
 int TableToElement(CXMLDoc& doc, CShellTable& tableRef, const Text* tag, int place, const COptions& options) {
@@ -159,7 +147,7 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
     const std::vector<Text> lines = Lines(data);
     const std::vector<int> fieldList = DefinedFields(*table);
     const bool numeric = Numeric(*table, fieldList);
-    std::vector<Text> dims = Words(dim);
+    std::vector<Text> dims = SplitBlanks(dim);
     long long columns = 0;
     if (hasDim && dims.size() == 2) ParseWholeLong(dims[byColumns ? 0 : 1], columns);
     if (!numeric || (hasDim && columns == 1 && !byColumns && !table->IsParameter())) {
@@ -174,7 +162,7 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
     std::vector<std::vector<double>> cells;
     for (const Text& line : lines) {
         std::vector<double> values;
-        for (const Text& word : Words(line)) {
+        for (const Text& word : SplitBlanks(line)) {
             double value;
             if (!ParseWholeDouble(word, value)) return Fails(143, options);
             values.push_back(value);
