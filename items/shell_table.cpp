@@ -39,8 +39,9 @@ void FreeCells(STableCell* cells, int fields) {
     delete[] cells;
 }
 
+// `fields` 0: rows of a parameter table, which live in the table's chunks.
 void FreeRows(STableRow** rows, long count, int fields, double* block) {
-    for (long i = 0; i < count; ++i) {
+    for (long i = 0; fields > 0 && i < count; ++i) {
         FreeCells(rows[i]->cells, fields);
         delete rows[i];
     }
@@ -339,7 +340,7 @@ long CShellTable::AppendRows(long n) {
     const long first = m_nRows;
     const bool param = IsParameter();
     for (long k = 0; k < n; ++k) {
-        auto* row = new STableRow;
+        auto* row = param ? NewBlockRow() : new STableRow;
         if (param) {
             // The place comes from the row count: after the deletion of a middle row it is the
             // place the last row still uses, and the two rows share it from now on.
@@ -355,8 +356,27 @@ long CShellTable::AppendRows(long n) {
     return first;
 }
 
+STableRow* CShellTable::NewBlockRow() {
+    constexpr size_t kRowsPerChunk = 4096;
+    if (!m_freeRows.empty()) {
+        STableRow* row = m_freeRows.back();
+        m_freeRows.pop_back();
+        *row = STableRow{};
+        return row;
+    }
+    if (m_rowChunks.empty() || m_nChunkUsed == kRowsPerChunk) {
+        m_rowChunks.push_back(std::make_unique<STableRow[]>(kRowsPerChunk));
+        m_nChunkUsed = 0;
+    }
+    return &m_rowChunks.back()[m_nChunkUsed++];
+}
+
 void CShellTable::FreeRow(STableRow* row) {
-    if (!IsParameter()) FreeCells(row->cells, m_nFields);
+    if (IsParameter()) {
+        m_freeRows.push_back(row);
+        return;
+    }
+    FreeCells(row->cells, m_nFields);
     delete row;
 }
 

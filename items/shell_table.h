@@ -183,6 +183,12 @@ private:
     long m_nRowRoom = 0;
     // A row other than the last was deleted since the block last grew.
     bool m_bPlacesMoved = false;
+    // Rows of a parameter table own nothing: they come from chunks of the table and go
+    // back to a free list, so that appending a row costs no allocation of its own.
+    STableRow* NewBlockRow();
+    std::vector<std::unique_ptr<STableRow[]>> m_rowChunks;
+    size_t m_nChunkUsed = 0;
+    std::vector<STableRow*> m_freeRows;
 };
 
 // NEW TABLE name /S: the segment table of the shell's current sound file, which the
