@@ -8,7 +8,7 @@
 #include <cstring>
 #include <random>
 
-#include "base/event.h"
+#include "bench/macro_run.h"
 #include "items/table_kind.h"
 #include "macro/compiler.h"
 #include "macro/register.h"
@@ -46,57 +46,17 @@ void BM_AppendNumbers(benchmark::State& state) {
 }
 BENCHMARK(BM_AppendNumbers)->Arg(1000000)->Unit(benchmark::kMillisecond);
 
-class CQuietWindow : public IMainWindow {
-public:
-    void PostOrder(int, std::unique_ptr<SPayload>) override {}
-    void PostLog(const Text&, bool) override {}
-    void PostShellEnded() override { m_ended.Set(); }
-    CEvent m_ended;
-};
-
-CMacroCode* CompileFill(long long rounds) {
+// The whole macro line: loop step, test, SET and jump back per row.
+void BM_SetRowsFromMacroLoop(benchmark::State& state) {
+    RegisterMacroLayer();
+    const long long rounds = state.range(0);
     const std::vector<Text> source = {
         L"NEW TABLE t /P 4 a b c d",  L"FOR #i := 0 TO $#i < " + IntText(rounds) + L" STEP #i := INT $#i + 1",
         L"  SET t * a 1 b 2 c 3 d 4", L"END",
         L"@done := t[!NROW]",         L"EXIT 0",
     };
-    std::vector<SSourceLine> lines;
-    for (size_t i = 0; i < source.size(); ++i)
-        lines.push_back({ConvertSourceLine(source[i]), static_cast<int>(i)});
-    auto* code = new CMacroCode;
-    std::vector<Text> log;
-    if (!Compile(*code, {L"fill"}, lines, SCompileOptions{}, log)) {
-        delete code;
-        return nullptr;
-    }
-    return code;
-}
-
-// The whole macro line: loop step, test, SET and jump back per row.
-void BM_SetRowsFromMacroLoop(benchmark::State& state) {
-    RegisterMacroLayer();
-    const long long rounds = state.range(0);
-    for (auto _ : state) {
-        state.PauseTiming();
-        CQuietWindow window;
-        auto* env = new CShellEnv(&window);
-        CMacroCode* code = CompileFill(rounds);
-        if (!code) {
-            state.SkipWithError("the loop does not compile");
-            delete env;
-            return;
-        }
-        env->Macros().Add(L"FILL", code);
-        CShell* shell = env->NewShell(nullptr, nullptr);
-        state.ResumeTiming();
-        shell->Run(L"fill");
-        window.m_ended.Wait();
-        state.PauseTiming();
-        if (env->GetGlobal(L"done") != IntText(rounds))
-            state.SkipWithError("the table did not get every row");
-        delete env;
-        state.ResumeTiming();
-    }
+    for (auto _ : state)
+        if (!TimeMacroRun(state, L"fill", source, IntText(rounds))) return;
     state.counters["rows/s"] =
         benchmark::Counter(static_cast<double>(rounds) * state.iterations(), benchmark::Counter::kIsRate);
 }
