@@ -114,7 +114,7 @@ int ConstantsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) 
         return 0;
     }
     const int index = ConstantsTable().Find(args[0].text, true);
-    if (index < 0) return 64;
+    if (index < 0) return RC_BAD_ARG1;
     size_t count = 0;
     const SConstantList& list = ConstantLists(count)[index];
     if (EqualNoCase(list.name, L"COMMANDS")) {
@@ -122,7 +122,9 @@ int ConstantsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) 
     } else if (EqualNoCase(list.name, L"FONTS")) {
         // Only a window knows the fonts; without one the list is empty.
         if (IMainWindow* window = shell.Env().MainWnd()) window->FontFamilies(words);
-    } else {
+    } else if (const CSubcommandList* table = CSubcommandRegistry::Find(list.name)) {
+        words = table->Keywords();
+    } else if (list.words) {
         for (const wchar_t* const* w = list.words; *w; ++w) words.push_back(*w);
     }
     if (args.size() > 1) {

@@ -7,7 +7,6 @@
 
 namespace {
 
-static constexpr const wchar_t* kLoad[] = {L"MACROCODE", L"SPUCODE", L"SOUNDFILE", L"SOURCECODE", nullptr};
 static constexpr const wchar_t* kNew[] = {L"TABLE",   L"FILE",  L"MENU", L"VALUE",    L"SPU",
                                           L"DISPLAY", L"GRAPH", L"WAVE", L"INSTANCE", L"DDECONV",
                                           L"IP",      L"DCOM",  nullptr};
@@ -41,12 +40,6 @@ static constexpr const wchar_t* kWave[] = {L"COPY",     L"PLAY",   L"RECORD", L"
 static constexpr const wchar_t* kTable[] = {L"DEFINE", L"CONFIG",  L"MODE",      L"FORMAT",
                                             L"SORT",   L"COPY",    L"FIND",      L"LOCK",
                                             L"UNLOCK", L"TRYLOCK", L"CLIPBOARD", nullptr};
-static constexpr const wchar_t* kFile[] = {
-    L"STATUS",        L"DELETE",   L"RENAME",      L"COPY",         L"FIND",       L"NEXT",
-    L"LOAD",          L"SAVE",     L"LIST",        L"SYNC",         L"LOCK",       L"UNLOCK",
-    L"TRYLOCK",       L"POSITION", L"ADDFILE",     L"ADDTABLE",     L"ADDELEMENT", L"SETATTRIBUTE",
-    L"DELETEELEMENT", L"SETDATA",  L"GETDATA",     L"GOTO",         L"ROOT",       L"ADDNODE",
-    L"DOCTYPE",       L"VALIDATE", L"EXTRACTFILE", L"EXTRACTTABLE", L"SORT",       nullptr};
 static constexpr const wchar_t* kIp[] = {L"CONNECT", L"RESET", L"SEND", L"RECEIVE", nullptr};
 static constexpr const wchar_t* kInstance[] = {L"LOCK", L"UNLOCK", L"TRYLOCK", nullptr};
 static constexpr const wchar_t* kDdeConv[] = {L"POKE",       L"REQUEST", L"ADVISE",
@@ -112,7 +105,7 @@ static constexpr const wchar_t* kNameTypes[] = {L"ITEM",  L"TABLEFIELD", L"SEGME
 static constexpr const wchar_t* kNone[] = {nullptr};
 
 static constexpr SConstantList kLists[] = {
-    {L"LOAD", kLoad},
+    {L"LOAD", nullptr},
     {L"NEW", kNew},
     {L"LIST", kList},
     {L"MSG", kMsg},
@@ -127,7 +120,7 @@ static constexpr SConstantList kLists[] = {
     {L"VALUE", kValue},
     {L"WAVE", kWave},
     {L"TABLE", kTable},
-    {L"FILE", kFile},
+    {L"FILE", nullptr},
     {L"IP", kIp},
     {L"INSTANCE", kInstance},
     {L"DDECONV", kDdeConv},

@@ -7,6 +7,7 @@
 
 #include "base/keyword_table.h"
 #include "base/name_list.h"
+#include "base/subcommand_table.h"
 #include "shell/words.h"
 
 class CShell;
@@ -15,6 +16,14 @@ class CShell;
 // asks for it), the options, the selector and the result text; it returns a
 // code of the error table.
 using CommandHandler = int (*)(CShell& shell, CWords& args, COptions& options, int selector, Text& result);
+
+// A keyword of a command (MSG LOOP, LOAD MACROCODE): its handler gets the
+// words behind the keyword. The command's table of these is the one source
+// for its dispatch, KVOCONSTANTS and HELP; another layer adds a keyword by
+// CSubcommandRegistry::Extend<SubcommandHandler>(command name, row).
+using SubcommandHandler = int (*)(CShell& shell, CWords& args, COptions& options, Text& result);
+using CCommandSubcommands = CSubcommandTable<SubcommandHandler>;
+using SCommandSubcommand = SSubcommand<SubcommandHandler>;
 
 struct CCommandRow {
     const wchar_t* name = nullptr;
@@ -26,6 +35,10 @@ struct CCommandRow {
         nullptr;                        // the first argument must be one of these; its index is the selector
     const wchar_t* resultVar = nullptr; // success result from this variable ("RC": "0")
     const wchar_t* failText = nullptr;  // result on failure
+    // The first argument must be one of these keywords (a number may stand for
+    // one); that keyword's handler runs in the place of `handler`, whose
+    // minimum then counts the keyword too.
+    const CCommandSubcommands* pSubcommands = nullptr;
 };
 
 class CCommandRegistry {

@@ -9,6 +9,7 @@
 
 #include "base/message_queue.h"
 #include "base/text.h"
+#include "shell/rc_codes.h"
 #include "shell/words.h"
 
 class CShell;
@@ -70,7 +71,7 @@ public:
     // NEW kind name args...: makes the object. Returns a code; 0 with `object` set on success.
     virtual int Create(CShell&, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
                        void*& /*object*/) {
-        return 157; // "not (yet) supported"
+        return RC_NOT_SUPPORTED;
     }
     // Another share of an existing object (NEW /Z); false when the kind does not share.
     virtual bool AddRef(void* /*object*/) { return false; }
@@ -78,10 +79,10 @@ public:
     virtual void Release(void* /*object*/) {}
     // DELETE's per-kind check; 0 lets the entry go.
     virtual int CheckDelete(CShell&, void* /*object*/, bool /*silent*/) { return 0; }
-    // SET item args...; 261 when the kind has no handler.
+    // SET item args...; the kind without a handler answers that SET is unsupported.
     virtual int Set(CShell&, void* /*object*/, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
                     Text& /*result*/) {
-        return 261;
+        return RC_SET_UNSUPPORTED_KIND;
     }
     // name[args]: the status text.
     virtual int Status(CShell&, void* /*object*/, const std::vector<Text>& /*args*/, Text& out) {
@@ -93,9 +94,9 @@ public:
     // name[]: the size.
     virtual long long Size(void* /*object*/) { return 0; }
     // name := value and name[args] := value.
-    virtual int Assign(CShell&, void* /*object*/, TextView /*value*/) { return 174; }
+    virtual int Assign(CShell&, void* /*object*/, TextView /*value*/) { return RC_ASSIGNMENT_FAILED; }
     virtual int AssignElement(CShell&, void* /*object*/, TextView /*args*/, TextView /*value*/) {
-        return 174;
+        return RC_ASSIGNMENT_FAILED;
     }
     // The member store of an instance; null for other kinds.
     virtual CVariableMap* Members(void* /*object*/) { return nullptr; }

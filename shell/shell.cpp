@@ -106,13 +106,13 @@ bool CShell::Post(void* source, uint32_t code, intptr_t param, std::unique_ptr<S
 }
 
 int CShell::Run(const Text& text, const CShell* sender) {
-    if (State() >= SHELL_ENDING) return 15;
-    if (text.empty()) return 14;
+    if (State() >= SHELL_ENDING) return RC_SHELL_CANCELLED;
+    if (text.empty()) return RC_SHELL_BUSY;
     const CShell* from = sender ? sender : this;
     // The sender's id travels as the parameter: a shell may be gone by the time the line is made.
     if (!Post(const_cast<CShell*>(from), MSG_RUN, static_cast<intptr_t>(from->Id()),
               std::make_unique<STextPayload>(text)))
-        return 14;
+        return RC_SHELL_BUSY;
     return 0;
 }
 

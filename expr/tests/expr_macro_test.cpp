@@ -1,6 +1,6 @@
 // Expressions as macros use them: the commands in a real shell, where a
 // number object that EVAL leaves becomes text in an assignment.
-#include "macro/tests/macro_fixture.h"
+#include "testsupport/macro_fixture.h"
 
 namespace {
 

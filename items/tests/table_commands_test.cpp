@@ -2,7 +2,7 @@
 // forms, t[...] reads, t[i,f] := value, FIND and TAGS, the lock that saves
 // the tags, and the matrices the evaluator reads.
 #include "items/table_kind.h"
-#include "macro/tests/macro_fixture.h"
+#include "testsupport/macro_fixture.h"
 #include "numeric/matrix.h"
 #include "shell/options.h"
 

@@ -1,6 +1,8 @@
 // Macros run in a real shell: control flow, calls, results, RC and EMSG,
 // the program check, the message loop.
-#include "macro/tests/macro_fixture.h"
+#include "macro/compiler.h"
+#include "macro/register.h"
+#include "testsupport/macro_fixture.h"
 
 #include "shell/command_registry.h"
 #include "shell/item_kind.h"

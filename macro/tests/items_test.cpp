@@ -3,7 +3,9 @@
 #include <thread>
 
 #include "items/shell_item.h"
-#include "macro/tests/macro_fixture.h"
+#include "macro/compiler.h"
+#include "macro/register.h"
+#include "testsupport/macro_fixture.h"
 #include "shell/options.h"
 
 namespace {
