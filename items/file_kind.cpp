@@ -247,8 +247,8 @@ int FileXml(SFileSet& c) {
     return hooks->set(c.shell, c.item, c.keyword, c.args, c.options, c.result);
 }
 
-// The order is the language's: KVOCONSTANTS FILE lists these words, and a
-// number may stand for a keyword by its place.
+// The order is the language's (KVOCONSTANTS FILE): the XML file's own keywords
+// follow from 13 on, appended by the XML code as FILE_XML_ONLY rows.
 constexpr SFileRow kFileRows[] = {
     {L"STATUS", FileStatus},
     {L"DELETE", FileDelete},
@@ -263,22 +263,6 @@ constexpr SFileRow kFileRows[] = {
     kSetLockRow<CShellFile>,
     kSetUnlockRow<CShellFile>,
     kSetTryLockRow<CShellFile>,
-    {L"POSITION", FileXml, 0, FILE_XML_ONLY},
-    {L"ADDFILE", FileXml, 0, FILE_XML_ONLY},
-    {L"ADDTABLE", FileXml, 0, FILE_XML_ONLY},
-    {L"ADDELEMENT", FileXml, 0, FILE_XML_ONLY},
-    {L"SETATTRIBUTE", FileXml, 0, FILE_XML_ONLY},
-    {L"DELETEELEMENT", FileXml, 0, FILE_XML_ONLY},
-    {L"SETDATA", FileXml, 0, FILE_XML_ONLY},
-    {L"GETDATA", FileXml, 0, FILE_XML_ONLY},
-    {L"GOTO", FileXml, 0, FILE_XML_ONLY},
-    {L"ROOT", FileXml, 0, FILE_XML_ONLY},
-    {L"ADDNODE", FileXml, 0, FILE_XML_ONLY},
-    {L"DOCTYPE", FileXml, 0, FILE_XML_ONLY},
-    {L"VALIDATE", FileXml, 0, FILE_XML_ONLY},
-    {L"EXTRACTFILE", FileXml, 0, FILE_XML_ONLY},
-    {L"EXTRACTTABLE", FileXml, 0, FILE_XML_ONLY},
-    {L"SORT", FileXml, 0, FILE_XML_ONLY},
 };
 CSetTable<CShellFile> g_fileSet(L"FILE", kFileRows);
 

@@ -41,7 +41,10 @@ bool Bit(const CWords& args, size_t k, int bit, int& flags) {
 
 // DEFINE ----------------------------------------------------------------------------------------
 
-int TableDefine(CShellTable& t, CWords& args, COptions& options) {
+int TableDefine(STableSet& c) {
+    CShellTable& t = c.item;
+    CWords& args = c.args;
+    COptions& options = c.options;
     if (HasOption(options, L"R")) {
         if (args.size() < 2) return 2;
         const int field = t.FindField(args[0].text);
@@ -118,7 +121,9 @@ bool FormatWorks(const Text& format, bool numeric) {
 
 } // namespace
 
-int TableConfig(CShellTable& t, CWords& args) {
+int TableConfig(STableSet& c) {
+    CShellTable& t = c.item;
+    CWords& args = c.args;
     if (args.empty()) return 2;
     CItemSection hold(t.m_cs);
     const int index = t.FindField(args[0].text);
@@ -171,7 +176,9 @@ int TableConfig(CShellTable& t, CWords& args) {
     return 0;
 }
 
-int TableMode(CShellTable& t, CWords& args) {
+int TableMode(STableSet& c) {
+    CShellTable& t = c.item;
+    CWords& args = c.args;
     CItemSection hold(t.m_cs);
     int mode = t.m_nMode;
     for (int bit = 0; bit < 3; ++bit)
@@ -181,7 +188,9 @@ int TableMode(CShellTable& t, CWords& args) {
     return 0;
 }
 
-int TableFormat(CShellTable& t, CWords& args) {
+int TableFormat(STableSet& c) {
+    CShellTable& t = c.item;
+    CWords& args = c.args;
     if (args.empty()) return 2;
     CItemSection hold(t.m_cs);
     bool io = t.m_bNamedIO;
@@ -200,7 +209,10 @@ int TableFormat(CShellTable& t, CWords& args) {
 
 // SORT --------------------------------------------------------------------------------------------
 
-int TableSort(CShellTable& t, CWords& args, COptions& options) {
+int TableSort(STableSet& c) {
+    CShellTable& t = c.item;
+    CWords& args = c.args;
+    COptions& options = c.options;
     const bool caseSensitive = HasOption(options, L"R");
     std::vector<std::pair<int, int>> keys;
     if (t.m_nKind == TABLE_PLAIN) {
@@ -264,7 +276,11 @@ int CopyRows(CShellTable& from, CShellTable& to, long first, int field) {
 // COPY source [firstrow [field]]: rows of another table, or the numbers of a value, into this
 // table from `firstrow` (default: behind the last row) and `field` on. /C empties the table
 // first, /W copies the other way (into the source table), /R transposes a value.
-int TableCopy(CShell& shell, CShellTable& t, CWords& args, COptions& options) {
+int TableCopy(STableSet& c) {
+    CShell& shell = c.shell;
+    CShellTable& t = c.item;
+    CWords& args = c.args;
+    COptions& options = c.options;
     if (args.empty()) return 2;
     long long first = -1;
     int given = -1;
@@ -333,7 +349,9 @@ bool WriteClipboard(const Text& text) {
     return true;
 }
 
-int TableClipboard(CShellTable& t, COptions& options) {
+int TableClipboard(STableSet& c) {
+    CShellTable& t = c.item;
+    COptions& options = c.options;
     if (!HasOption(options, L"Rr")) {
         Text text;
         {

@@ -16,24 +16,6 @@ namespace {
 static constexpr const wchar_t* kFieldTypeWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
 const CKeywordTable kFieldTypes(kFieldTypeWords);
 
-static constexpr const wchar_t* kSetWords[] = {L"DEFINE", L"CONFIG",  L"MODE",      L"FORMAT",
-                                               L"SORT",   L"COPY",    L"FIND",      L"LOCK",
-                                               L"UNLOCK", L"TRYLOCK", L"CLIPBOARD", nullptr};
-const CKeywordTable kSetKeywords(kSetWords);
-enum {
-    SET_DEFINE,
-    SET_CONFIG,
-    SET_MODE,
-    SET_FORMAT,
-    SET_SORT,
-    SET_COPY,
-    SET_FIND,
-    SET_LOCK,
-    SET_UNLOCK,
-    SET_TRYLOCK,
-    SET_CLIPBOARD
-};
-
 // /I= and /N=: 0 when absent, -110 or -111 on a bad option.
 long SizeOption(const COptions& options, const wchar_t* letters) {
     const SOption* o = FindOption(options, letters);
@@ -335,7 +317,47 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
     return 0;
 }
 
+// FIND condition...: tags the rows that meet the conditions; with none, all rows.
+int TableFind(STableSet& c) {
+    CShellTable& t = c.item;
+    if (c.args.empty()) {
+        t.SetRanged(false);
+        t.SetAllTags(true);
+        return 0;
+    }
+    std::vector<Text> conditions;
+    for (const SWord& w : c.args) conditions.push_back(w.text);
+    return t.FindRows(conditions, HasOption(c.options, L"S"), HasOption(c.options, L"Ii"),
+                      HasOption(c.options, L"Tt"));
+}
+
+using STableRow = SSetRow<CShellTable>;
+enum : unsigned { TABLE_ON_PLAIN = SET_KIND_FLAGS }; // the keyword also works on a simple table
+
+// The order is the language's (KVOCONSTANTS TABLE).
+constexpr STableRow kTableRows[] = {
+    {L"DEFINE", TableDefine},
+    {L"CONFIG", TableConfig},
+    {L"MODE", TableMode},
+    {L"FORMAT", TableFormat},
+    {L"SORT", TableSort, 0, TABLE_ON_PLAIN},
+    {L"COPY", TableCopy},
+    {L"FIND", TableFind},
+    kSetLockRow<CShellTable>,
+    kSetUnlockRow<CShellTable>,
+    kSetTryLockRow<CShellTable>,
+    {L"CLIPBOARD", TableClipboard},
+};
+CSetTable<CShellTable> g_tableSet(L"TABLE", kTableRows);
+
 int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Text& result) {
+    // The lock words run unheld: the table is theirs to take.
+    if (SetRowUnheld(g_tableSet, args)) {
+        const STableRow& row = *g_tableSet.Find(args[0].text);
+        CWords rest(args.begin() + 1, args.end());
+        STableSet call{shell, t, rest, options, result, row.keyword, false};
+        return row.handler(call);
+    }
     CItemSection hold(t.m_cs);
     if (args.empty()) return TagCommand(t, options);
     const Text& first = args[0].text;
@@ -349,39 +371,12 @@ int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Tex
         return plain ? SetPlainRow(t, args, options, append, static_cast<long>(index), real, result)
                      : SetExtendedRow(t, args, options, append, static_cast<long>(index), real, result);
     }
-    const int keyword = kSetKeywords.Find(first);
-    if (keyword < 0) return 4;
+    const STableRow* row = g_tableSet.Find(first);
+    if (!row) return RC_INVALID_ARGUMENT;
+    if (plain && !(row->options & TABLE_ON_PLAIN)) return RC_INVALID_ARGUMENT;
     CWords rest(args.begin() + 1, args.end());
-    if (plain && keyword != SET_SORT) return 4;
-    switch (keyword) {
-    case SET_DEFINE:
-        return TableDefine(t, rest, options);
-    case SET_CONFIG:
-        return TableConfig(t, rest);
-    case SET_MODE:
-        return TableMode(t, rest);
-    case SET_FORMAT:
-        return TableFormat(t, rest);
-    case SET_SORT:
-        return TableSort(t, rest, options);
-    case SET_COPY:
-        return TableCopy(shell, t, rest, options);
-    case SET_FIND: {
-        if (rest.empty()) {
-            t.SetRanged(false);
-            t.SetAllTags(true);
-            return 0;
-        }
-        std::vector<Text> conditions;
-        for (const SWord& w : rest) conditions.push_back(w.text);
-        return t.FindRows(conditions, HasOption(options, L"S"), HasOption(options, L"Ii"),
-                          HasOption(options, L"Tt"));
-    }
-    case SET_CLIPBOARD:
-        return TableClipboard(t, options);
-    default:
-        return 4; // abbreviated lock words: the full words were taken before
-    }
+    STableSet call{shell, t, rest, options, result, row->keyword, false};
+    return row->handler(call);
 }
 
 } // namespace
@@ -389,9 +384,11 @@ int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Tex
 int CTableKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
                         Text& result) {
     auto& t = static_cast<CShellTable&>(item);
-    const int code = SetTable(shell, t, args, options, result);
-    if (code && HasOption(options, L"s")) return SilentTwin(code, code);
-    return code;
+    return Silent(SetTable(shell, t, args, options, result), HasOption(options, L"s"));
+}
+
+bool CTableKind::HoldsFor(const CWords& args) {
+    return !SetRowUnheld(g_tableSet, args);
 }
 
 // The evaluator's and the shell's ways in ----------------------------------------------------------
@@ -442,5 +439,6 @@ CTableKind g_tableKind;
 
 void RegisterTables() {
     CItemKindRegistry::Register(&g_tableKind);
+    CSubcommandRegistry::Register(g_tableSet);
     RegisterTableCommands();
 }

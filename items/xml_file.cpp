@@ -7,12 +7,7 @@
 #include "items/xml_tables.h"
 #include "shell/error_table.h"
 #include "shell/options.h"
-
-const wchar_t* const CXMLFileState::kXMLKeywords[] = {
-    L"POSITION", L"ADDFILE",     L"ADDTABLE",     L"ADDELEMENT", L"SETATTRIBUTE", L"DELETEELEMENT",
-    L"SETDATA",  L"GETDATA",     L"GOTO",         L"ROOT",       L"ADDNODE",      L"DOCTYPE",
-    L"VALIDATE", L"EXTRACTFILE", L"EXTRACTTABLE", L"SORT",       L"FIND",         L"NEXT",
-    L"LOAD",     L"SAVE",        L"LIST",         nullptr};
+#include "shell/rc_codes.h"
 
 namespace {
 
@@ -34,65 +29,40 @@ bool ReadFileText(const std::string& path, CXMLDoc& doc) {
 
 } // namespace
 
-int CXMLFileState::Keyword(TextView word) {
-    static const CKeywordTable table(kXMLKeywords);
-    return table.Find(word, true);
+const CSubcommandTable<CXMLFileState::Member>& CXMLFileState::Keywords() {
+    using S = CXMLFileState;
+    static constexpr SSubcommand<Member> kRows[] = {
+        {L"POSITION", &S::Position, 0, kXmlOnly},
+        {L"ADDFILE", &S::AddFile, 0, kXmlOnly},
+        {L"ADDTABLE", &S::AddTable, 0, kXmlOnly},
+        {L"ADDELEMENT", &S::AddElement, 0, kXmlOnly},
+        {L"SETATTRIBUTE", &S::SetAttribute, 0, kXmlOnly},
+        {L"DELETEELEMENT", &S::DeleteElement, 0, kXmlOnly},
+        {L"SETDATA", &S::SetData, 0, kXmlOnly},
+        {L"GETDATA", &S::GetData, 0, kXmlOnly},
+        {L"GOTO", &S::Goto, 0, kXmlOnly},
+        {L"ROOT", &S::Root, 0, kXmlOnly},
+        {L"ADDNODE", &S::AddNode, 0, kXmlOnly},
+        {L"DOCTYPE", &S::DocType, 0, kXmlOnly},
+        {L"VALIDATE", &S::Validate, 0, kXmlOnly},
+        {L"EXTRACTFILE", &S::ExtractFile, 0, kXmlOnly},
+        {L"EXTRACTTABLE", &S::ExtractTable, 0, kXmlOnly},
+        {L"SORT", &S::Sort, 0, kXmlOnly},
+        {L"FIND", &S::Find},
+        {L"NEXT", &S::Next},
+        {L"LOAD", &S::Load},
+        {L"SAVE", &S::Save},
+        {L"LIST", &S::List},
+    };
+    static const CSubcommandTable<Member> table(L"XML FILE", kRows);
+    return table;
 }
 
 int CXMLFileState::Set(TextView keyword, CWords& args, COptions& options, Text& result) {
-    const int index = Keyword(keyword);
-    if (index < 0) return 64;
-    return Set(index, args, options, result);
-}
-
-int CXMLFileState::Set(int keyword, CWords& args, COptions& options, Text& result) {
+    const SSubcommand<Member>* row = Keywords().Find(keyword, true);
+    if (!row) return RC_BAD_ARG1;
     std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
-    switch (keyword) {
-    case K_POSITION:
-        return Position(args, options, result);
-    case K_ADDFILE:
-        return AddFile(args, options, result);
-    case K_ADDTABLE:
-        return AddTable(args, options, result);
-    case K_ADDELEMENT:
-        return AddElement(args, options, result);
-    case K_SETATTRIBUTE:
-        return SetAttribute(args, options, result);
-    case K_DELETEELEMENT:
-        return DeleteElement(args, options, result);
-    case K_SETDATA:
-        return SetData(args, options, result);
-    case K_GETDATA:
-        return GetData(args, options, result);
-    case K_GOTO:
-        return Goto(args, options, result);
-    case K_ROOT:
-        return Root(args, options, result);
-    case K_ADDNODE:
-        return AddNode(args, options, result);
-    case K_DOCTYPE:
-        return DocType(args, options, result);
-    case K_VALIDATE:
-        return Validate(args, options, result);
-    case K_EXTRACTFILE:
-        return ExtractFile(args, options, result);
-    case K_EXTRACTTABLE:
-        return ExtractTable(args, options, result);
-    case K_SORT:
-        return Sort(args, options, result);
-    case K_FIND:
-        return Find(args, options, result);
-    case K_NEXT:
-        return Next(args, options, result);
-    case K_LOAD:
-        return Load(args, options, result);
-    case K_SAVE:
-        return Save(args, options, result);
-    case K_LIST:
-        return List(args, options, result);
-    default:
-        return 64;
-    }
+    return (this->*row->handler)(args, options, result);
 }
 
 int CXMLFileState::Open(const std::string& path) {

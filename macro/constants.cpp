@@ -34,12 +34,6 @@ static constexpr const wchar_t* kDialogControls[] = {
 static constexpr const wchar_t* kDialogCommand[] = {L"TITLE",       L"LAYOUT",   L"ADDPOPUP",
                                                     L"SETPOPUP",    L"DELPOPUP", L"DELETEPOPUP",
                                                     L"CONTEXTMENU", L"FOCUS",    nullptr};
-static constexpr const wchar_t* kValue[] = {L"TIMER", L"INPUT", L"OUTPUT", nullptr};
-static constexpr const wchar_t* kWave[] = {L"COPY",     L"PLAY",   L"RECORD", L"STOP", L"DEVICE", L"SIGNAL",
-                                           L"ENVELOPE", L"FILTER", L"AMOD",   L"FMOD", L"END",    nullptr};
-static constexpr const wchar_t* kTable[] = {L"DEFINE", L"CONFIG",  L"MODE",      L"FORMAT",
-                                            L"SORT",   L"COPY",    L"FIND",      L"LOCK",
-                                            L"UNLOCK", L"TRYLOCK", L"CLIPBOARD", nullptr};
 static constexpr const wchar_t* kIp[] = {L"CONNECT", L"RESET", L"SEND", L"RECEIVE", nullptr};
 static constexpr const wchar_t* kInstance[] = {L"LOCK", L"UNLOCK", L"TRYLOCK", nullptr};
 static constexpr const wchar_t* kDdeConv[] = {L"POKE",       L"REQUEST", L"ADVISE",
@@ -117,9 +111,9 @@ static constexpr SConstantList kLists[] = {
     {L"WINDOWCOMMANDS", kWindowCommands},
     {L"DIALOGCONTROLS", kDialogControls},
     {L"DIALOGCOMMAND", kDialogCommand},
-    {L"VALUE", kValue},
-    {L"WAVE", kWave},
-    {L"TABLE", kTable},
+    {L"VALUE", nullptr},
+    {L"WAVE", nullptr},
+    {L"TABLE", nullptr},
     {L"FILE", nullptr},
     {L"IP", kIp},
     {L"INSTANCE", kInstance},

@@ -295,4 +295,5 @@ int CWaveKind::Status(CShell&, void* object, const std::vector<Text>& args, Text
 void RegisterWaveKind() {
     static CWaveKind kind;
     CItemKindRegistry::Register(&kind);
+    RegisterWaveCommands();
 }
