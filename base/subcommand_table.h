@@ -29,7 +29,7 @@
 // in the table until a higher layer registers the handler for it.
 template <class Handler> struct SSubcommand {
     const wchar_t* keyword = nullptr;
-    Handler handler = nullptr;
+    Handler handler{};
     int minArgs = 0;      // arguments after the keyword; the owner answers fewer with its code
     unsigned options = 0; // flags whose meaning the owning table gives (e.g. "also on XML files")
 };

@@ -7,14 +7,6 @@
 
 namespace {
 
-static constexpr const wchar_t* kNew[] = {L"TABLE",   L"FILE",  L"MENU", L"VALUE",    L"SPU",
-                                          L"DISPLAY", L"GRAPH", L"WAVE", L"INSTANCE", L"DDECONV",
-                                          L"IP",      L"DCOM",  nullptr};
-static constexpr const wchar_t* kList[] = {
-    L"TABLE",   L"FILE", L"MENU", L"VALUE", L"SPU",       L"DISPLAY", L"GRAPH",     L"WAVE",  L"INSTANCE",
-    L"DDECONV", L"IP",   L"DCOM", L"SHELL", L"MACROCODE", L"SPUCODE", L"SOUNDFILE", L"CLASS", nullptr};
-static constexpr const wchar_t* kMsg[] = {L"LOOP",    L"MAIN", L"MENU",  L"DESKTOP", L"EXIT", L"RUN",
-                                          L"LOGFILE", L"BEEP", L"DEBUG", L"NOMAIN",  nullptr};
 static constexpr const wchar_t* kSpuMode[] = {L"EXIT",     L"STOP",     L"RUN",     L"TERMINATING",
                                               L"STOPPING", L"STARTING", L"WAITING", nullptr};
 static constexpr const wchar_t* kWindowMode[] = {L"NOWINDOW", L"HIDDEN", L"VISIBLE", L"ENABLED", nullptr};
@@ -100,9 +92,9 @@ static constexpr const wchar_t* kNone[] = {nullptr};
 
 static constexpr SConstantList kLists[] = {
     {L"LOAD", nullptr},
-    {L"NEW", kNew},
-    {L"LIST", kList},
-    {L"MSG", kMsg},
+    {L"NEW", nullptr},
+    {L"LIST", nullptr},
+    {L"MSG", nullptr},
     {L"SPUMODE", kSpuMode},
     {L"WINDOWMODE", kWindowMode},
     {L"COLORS", kColors},

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "base/message_queue.h"
+#include "base/subcommand_table.h"
 #include "base/text.h"
 #include "shell/rc_codes.h"
 #include "shell/words.h"
@@ -130,8 +131,12 @@ public:
     static void Register(CItemKind* kind);
     static void Unregister(int kind);
     static CItemKind* Find(int kind);
-    // By NEW's keyword, exact (ignoring case).
-    static CItemKind* FindKeyword(TextView keyword);
+    // NEW's keywords: the kinds 2 (TABLE) to 13 (DCOM) in order, so a number n
+    // stands for kind n + 2; also for kinds this build does not have. The rows'
+    // handler is the kind number. KVOCONSTANTS NEW and LIST read them here.
+    static CSubcommandTable<int>& NewKeywords();
+    // The kind a word names as NEW takes it (abbreviated, or a number); -1 when none.
+    static int FindNewKind(TextView word);
     // The prefix of generated names; the fixed table of prefixes also for kinds
     // that are not registered in this build.
     static const wchar_t* Prefix(int kind);
