@@ -1,14 +1,16 @@
 #include "macro/execution.h"
 
+#include <utility>
+
 #include "base/stack_guard.h"
 #include "expr/ex_eval.h"
 #include "expr/numeric_args.h"
-#include "shell/command_registry.h"
 #include "macro/classes.h"
 #include "macro/compiler.h"
 #include "macro/dispatcher.h"
-#include "shell/options.h"
+#include "shell/command_registry.h"
 #include "shell/error_table.h"
+#include "shell/options.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -114,8 +116,12 @@ bool IsCallableName(const SWord& word) {
     return true;
 }
 
-int RunBuiltin(CShell& shell, const CCommandRow& row, CWords& words, Text& result, bool& effective) {
-    return Dispatch(shell, row, words, result, effective);
+int RunBuiltin(CShell& shell, const CCommandRow& row, CWords& words, Text& result, bool& effective,
+               bool wantResult) {
+    const bool wasWanted = std::exchange(shell.m_bResultWanted, wantResult);
+    const int code = Dispatch(shell, row, words, result, effective);
+    shell.m_bResultWanted = wasWanted;
+    return code;
 }
 
 } // namespace
@@ -286,7 +292,9 @@ void SplitWords(TextView text, CWords& words) {
         w.text.assign(text.data() + begin, end - begin);
         for (wchar_t& ch : w.text) ch = plainChar(ch);
     };
-    auto separates = [](wchar_t c) { return c <= L' ' && c != CODE_ITEM && c != CODE_OPEN && c != CODE_CLOSE; };
+    auto separates = [](wchar_t c) {
+        return c <= L' ' && c != CODE_ITEM && c != CODE_OPEN && c != CODE_CLOSE;
+    };
     while (i < n && words.size() < kMaxWords) {
         const wchar_t c = text[i];
         if (c == CODE_QUOTE) {
@@ -390,7 +398,7 @@ int ExecuteLine(CShell& shell, CCodeLine& line, Text* out) {
     if (line.flags & CCodeLine::BOUND) {
         CWords words;
         SplitWords(command, words);
-        code = Dispatch(shell, *line.command, words, result, effective);
+        code = RunBuiltin(shell, *line.command, words, result, effective, wantResult);
     } else if (!command.empty()) {
         code = DispatchLine(shell, command, wantResult, result, effective);
     } else {
@@ -450,27 +458,13 @@ int DispatchLine(CShell& shell, const Text& text, bool wantResult, Text& result,
         return 0;
     }
     const Text& first = words[0].text;
-
-    if (EqualNoCase(first, L"SET")) {
-        if (words.size() >= 2 && shell.FindItem(words[1].text)) {
-            words.erase(words.begin());
-            return ItemCommand(shell, words, result, wantResult);
-        }
-        result = JoinWords(words, 1);
-        return 0;
-    }
-    if (shell.FindItem(first)) return ItemCommand(shell, words, result, wantResult);
-    if (const CCommandRow* row = CCommandRegistry::Find(first)) {
+    // An item's name comes before a command of the same name, except before SET.
+    const CCommandRow* row = CCommandRegistry::Find(first);
+    if (!(row && (row->flags & COMMAND_BEFORE_ITEMS)) && shell.FindItem(first))
+        return ItemCommand(shell, words, result, wantResult);
+    if (row) {
         words.erase(words.begin());
-        return RunBuiltin(shell, *row, words, result, effective);
-    }
-    static constexpr const wchar_t* kCallWords[] = {L"GOSUB", L"GOSUBX", L"MACRO", L"MACROX", L"SHELL"};
-    for (int k = 0; k < 5; ++k) {
-        if (!EqualNoCase(first, kCallWords[k])) continue;
-        if (words.size() < 2) return 2;
-        words.erase(words.begin());
-        if (k < 2) return CallLabel(shell, words, k == 1, wantResult, result);
-        return CallMacro(shell, words, k - 2, wantResult, result);
+        return RunBuiltin(shell, *row, words, result, effective, wantResult);
     }
     if (first.find(L"::") != Text::npos) return CallMethod(shell, words, nullptr, wantResult, result);
     // Inside a method a method's name is a call on the same instance.
@@ -607,19 +601,14 @@ int ExitFrames(CShell& shell, CWords& words) {
         CWords rest(words.begin() + 1, words.end());
         const Text& second = rest[0].text;
         bool effective = true;
-        if (rest[0].kind == SWord::Plain && EqualNoCase(second, L"SET")) {
-            if (rest.size() >= 2 && shell.FindItem(rest[1].text)) {
-                rest.erase(rest.begin());
-                code = ItemCommand(shell, rest, result);
-            } else {
-                result = JoinWords(rest, 1);
-            }
-        } else if (rest[0].kind == SWord::Plain && shell.FindItem(second)) {
+        const CCommandRow* row = rest[0].kind == SWord::Plain ? CCommandRegistry::Find(second) : nullptr;
+        if (row && (row->flags & COMMAND_CALL)) row = nullptr;
+        if (!(row && (row->flags & COMMAND_BEFORE_ITEMS)) && rest[0].kind == SWord::Plain &&
+            shell.FindItem(second)) {
             code = ItemCommand(shell, rest, result);
-        } else if (const CCommandRow* row =
-                       rest[0].kind == SWord::Plain ? CCommandRegistry::Find(second) : nullptr) {
+        } else if (row) {
             rest.erase(rest.begin());
-            code = Dispatch(shell, *row, rest, result, effective);
+            code = RunBuiltin(shell, *row, rest, result, effective, false);
         } else {
             result = JoinWords(rest);
         }

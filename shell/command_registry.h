@@ -25,6 +25,13 @@ using SubcommandHandler = int (*)(CShell& shell, CWords& args, COptions& options
 using CCommandSubcommands = CSubcommandTable<SubcommandHandler>;
 using SCommandSubcommand = SSubcommand<SubcommandHandler>;
 
+// Flags of a command row.
+enum : unsigned {
+    COMMAND_BEFORE_ITEMS = 1u << 0, // a run-time line takes it before an item of that name (SET)
+    COMMAND_UNLISTED = 1u << 1,     // a keyword of the language, not in KVOCONSTANTS COMMANDS
+    COMMAND_CALL = 1u << 2,         // a call (GOSUB, MACRO ...): EXIT's result takes it as text
+};
+
 struct CCommandRow {
     const wchar_t* name = nullptr;
     CommandHandler handler = nullptr;
@@ -39,6 +46,7 @@ struct CCommandRow {
     // one); that keyword's handler runs in the place of `handler`, whose
     // minimum then counts the keyword too.
     const CCommandSubcommands* pSubcommands = nullptr;
+    unsigned flags = 0; // COMMAND_...
 };
 
 class CCommandRegistry {
@@ -49,6 +57,6 @@ public:
     // Exact, case-insensitive; command names are never abbreviated.
     static const CCommandRow* Find(TextView name);
     static size_t Count();
-    // The names of all rows, in the order of their first registration.
+    // The names of the listed rows, in the order of their first registration.
     static std::vector<Text> Names();
 };

@@ -105,6 +105,14 @@ public:
     virtual bool Claim(void* /*object*/, const SMessage&) { return false; }
     // Told of a message whose source it is, before the message becomes a line.
     virtual void Notify(CShell&, void* /*object*/, SMessage&) {}
+    // The line a message from one of its items becomes, when the kind words it
+    // itself (a DDE conversation's disconnect is "DDECONV name EXIT", its advise
+    // data "DDECONV name ADVISEDATA text n"; an IP item's "IP name SEND n" and
+    // "IP name ERROR text"); false leaves the shell's common form.
+    virtual bool MessageLine(CShell&, void* /*object*/, const Text& /*name*/, const SMessage&,
+                             Text& /*line*/) {
+        return false;
+    }
     // Items whose objects are made from a list of texts (the table of dropped files).
     virtual void* FromLines(const std::vector<Text>& /*lines*/) { return nullptr; }
     // The number object's text form (kind 14).

@@ -214,23 +214,12 @@ bool CShell::MessageLine(SMessage& m, Text& line) {
         line = Format(L"%s %s DROPFILE %s", kindWord, itemName, tableName.c_str());
         return true;
     }
-    case MSG_DDE_DISCONNECTED:
-        if (!source || ItemKindOf(source->user) != KIND_DDECONV) break;
-        line = Format(L"DDECONV %s EXIT", itemName);
-        return true;
-    case MSG_DDE_ADVISEDATA:
-        if (!source || ItemKindOf(source->user) != KIND_DDECONV) break;
-        line = Format(L"DDECONV %s ADVISEDATA %s %d", itemName,
-                      PayloadText(m) ? PayloadText(m)->c_str() : L"", static_cast<int>(m.param));
-        return true;
-    case MSG_IP_SEND:
-        line = Format(L"IP %s SEND %d", itemName, static_cast<int>(m.param));
-        return true;
-    case MSG_IP_ERROR:
-        line = Format(L"IP %s ERROR %s", itemName, PayloadText(m) ? PayloadText(m)->c_str() : L"");
-        return true;
     default:
         break;
+    }
+    if (source) {
+        CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(source->user));
+        if (kind && kind->MessageLine(*this, source->value, source->key, m, line)) return true;
     }
 
     if (!source) {

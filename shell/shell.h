@@ -106,6 +106,9 @@ public:
     CFrameBase* m_pFrame = nullptr;
     unsigned m_level = 0;
     Text m_interpretTarget;
+    // Whether the command running now must leave its result at once (an inline
+    // command, an assignment): a call then runs its frame to the end first.
+    bool m_bResultWanted = false;
     std::chrono::steady_clock::time_point m_ticks;
     bool m_bDebugAllowed = true;
 
