@@ -231,7 +231,7 @@ bool CShellFile::Attribute(TextView word, Text& out) {
 // Opening ------------------------------------------------------------------------------
 
 int CShellFile::Open(bool quiet) {
-    const int fallback = quiet ? 331 : 333;
+    const int fallback = quiet ? RC_CANNOT_CREATE_FILE_WARNING : RC_CANNOT_ALLOCATE_FILE;
     const std::string path = ToUtf8(Path());
     const int type = Type();
     if (type == FILE_TYPE_FILE || type == FILE_TYPE_LIST) {
@@ -267,7 +267,7 @@ int CShellFile::Open(bool quiet) {
                            (type == FILE_TYPE_TEXT && !(access & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)));
     if (type == FILE_TYPE_TEXT && (access & FILE_ACCESS_APPEND)) ::lseek(m_fd, 0, SEEK_END);
     if (!readWhole) return 0;
-    if (st.st_size > INT_MAX) return 107;
+    if (st.st_size > INT_MAX) return RC_FILE_TOO_LARGE;
     std::string bytes(static_cast<size_t>(st.st_size), '\0');
     size_t got = 0;
     while (got < bytes.size()) {
@@ -279,7 +279,7 @@ int CShellFile::Open(bool quiet) {
     }
     bytes.resize(got);
     Text text;
-    if (!DecodeText(bytes.data(), bytes.size(), text)) return 485;
+    if (!DecodeText(bytes.data(), bytes.size(), text)) return RC_BAD_BYTE_ORDER_MARK;
     if (type == FILE_TYPE_TEXT) {
         m_sText = std::move(text);
         m_nTextPos = 0;
@@ -294,7 +294,8 @@ int CShellFile::Open(bool quiet) {
 // The patterns a user expects: "*" and "?" of the shell, "*.*" for everything
 // (names without a dot too), and dot files found by "*" as any other name.
 int CShellFile::FindFirst(TextView pattern, bool directories, bool quiet) {
-    const int failed = quiet ? SilentTwin(280, 280) : 280;
+    // The find codes are warnings already: the silent option changes nothing.
+    const int failed = Silent(RC_FIND_NO_FILE, quiet);
     m_hits.clear();
     m_nextHit = 0;
     if (Type() != FILE_TYPE_LIST) return failed;
@@ -329,7 +330,7 @@ int CShellFile::FindFirst(TextView pattern, bool directories, bool quiet) {
 }
 
 int CShellFile::FindNext(bool quiet) {
-    if (Type() != FILE_TYPE_LIST || !TakeHit()) return quiet ? SilentTwin(281, 281) : 281;
+    if (Type() != FILE_TYPE_LIST || !TakeHit()) return Silent(RC_FIND_NO_MORE_FILES, quiet);
     return 0;
 }
 

@@ -48,12 +48,13 @@ int ParseDefinition(const Text& text, bool parameter, SFieldDefinition& def) {
     const Text type = text.substr(c1 + 1, c2 == Text::npos ? Text::npos : c2 - c1 - 1);
     if (!type.empty()) {
         const int k = kFieldTypes.Find(type, true);
-        if (k < 0) return 112;
+        if (k < 0) return RC_BAD_FIELD_TYPE;
         def.type = k + 1;
     }
     if (c2 == Text::npos) return 0;
     long long count = 0;
-    if (!EvalInteger(text.substr(c2 + 1), count) || count < 1 || count > 1000000) return 113;
+    if (!EvalInteger(text.substr(c2 + 1), count) || count < 1 || count > 1000000)
+        return RC_BAD_FIELD_REPETITION;
     def.count = static_cast<int>(count);
     def.repeated = true;
     return 0;
@@ -61,7 +62,7 @@ int ParseDefinition(const Text& text, bool parameter, SFieldDefinition& def) {
 
 int CreateFromSource(CShell& shell, const CWords& args, const COptions& options, long start, long chunk,
                      CShellTable*& made) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     const Text prefix = args.size() > 1 ? args[1].text : Text(L"X");
     const bool transpose = HasOption(options, L"Rr");
     const bool tagged = HasOption(options, L"Tt");
@@ -101,11 +102,11 @@ int CreateFromSource(CShell& shell, const CWords& args, const COptions& options,
         return 0;
     }
     Matrix value;
-    if (!ValueOfText(shell, args[0].text, value)) return 96;
+    if (!ValueOfText(shell, args[0].text, value)) return RC_TYPE_MISMATCH;
     made = CShellTable::FromMatrix(&shell.Env(), value, prefix, transpose,
                                    start > 0 ? start : (transpose ? value.Cols() : value.Rows()));
     if (made && chunk > 0) made->m_nChunkSize = std::max(chunk, 50L);
-    return made ? 0 : 264;
+    return made ? 0 : RC_CANNOT_GROW_TABLE;
 }
 
 int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& made) {
@@ -134,10 +135,10 @@ int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& ma
             fields = 0;
             for (const SFieldDefinition& d : defs) fields += d.count;
         } else if (!EvalInteger(args[0].text, fields)) {
-            return 66;
+            return RC_BAD_ARG3;
         }
     }
-    if (fields < 1) return 2;
+    if (fields < 1) return RC_TOO_FEW_ARGUMENTS;
     if (fields >= 2 || !defs.empty()) kind |= TABLE_EXTENDED;
 
     auto* t = new CShellTable(&shell.Env(), kind, static_cast<int>(std::min<long long>(fields, 1 << 20)),
@@ -157,7 +158,7 @@ int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& ma
             if (slot >= t->m_nFields) return fail(114);
             const Text name = d.repeated ? Format(L"%s%d", d.name.c_str(), n) : d.name;
             const int code = t->DefineField(slot, d.type, name);
-            if (code == 407 || code == 112) return fail(code);
+            if (code == RC_NON_NUMERIC_PARAMETER_FIELD || code == RC_BAD_FIELD_TYPE) return fail(code);
             if (code) return fail(114);
         }
     }
@@ -182,7 +183,7 @@ int CTableKind::Create(CShell& shell, const Text&, CWords& args, COptions& optio
     // The segment table of the current sound file belongs to the sound layer.
     if (HasOption(options, L"S")) {
         const SegmentTableSource source = g_segmentSource.load();
-        if (!source) return 157;
+        if (!source) return RC_NOT_SUPPORTED;
         CShellTable* segments = nullptr;
         if (const int code = source(shell, segments)) return quiet ? SilentTwin(code, code) : code;
         segments->AddRef();
@@ -216,7 +217,7 @@ long EnsureTableRow(CShellTable& t, long index, bool real) {
 namespace {
 
 int TagCommand(CShellTable& t, const COptions& options) {
-    if (HasOption(options, L"Dd")) return t.DeleteTagged() < 0 ? 418 : 0;
+    if (HasOption(options, L"Dd")) return t.DeleteTagged() < 0 ? RC_ENTRY_ACCESS_FAILED : 0;
     if (HasOption(options, L"Tt")) {
         t.SetRanged(true);
         return 0;
@@ -246,10 +247,10 @@ int WriteRow(CShellTable& t, long row, const CWords& args, size_t first) {
     const size_t n = args.size() - first;
     if (n == 0) return 0;
     if (n == 1) return t.SetRowText(row, args[first].text);
-    if (n % 2) return 2;
+    if (n % 2) return RC_TOO_FEW_ARGUMENTS;
     for (size_t k = first; k + 1 < args.size(); k += 2) {
         const int field = t.FindField(args[k].text);
-        if (field < 0) return 57;
+        if (field < 0) return RC_NO_SUCH_FIELD;
         if (const int code = t.SetCell(row, field, args[k + 1].text)) return code;
     }
     return 0;
@@ -260,17 +261,17 @@ int SetPlainRow(CShellTable& t, const CWords& args, const COptions& options, boo
     const bool hasText = args.size() > 1;
     if (!append && !hasText && !HasOption(options, L"TtUu")) {
         const long row = t.MacroRow(index, real);
-        if (row < 0) return 416;
-        return t.DeleteRow(row) ? 0 : 418;
+        if (row < 0) return RC_NO_SUCH_ENTRY_INDEX;
+        return t.DeleteRow(row) ? 0 : RC_ENTRY_ACCESS_FAILED;
     }
     const long row = append ? t.AppendRows(1) : EnsureTableRow(t, index, real);
-    if (row < 0) return 414;
+    if (row < 0) return RC_CANNOT_ADD_ENTRY;
     if (!hasText) {
         if (HasOption(options, L"Tt")) t.SetTag(row, true);
         if (HasOption(options, L"Uu")) t.SetTag(row, false);
     } else {
         TagOptions(t, row, options);
-        if (!t.SetRowString(row, JoinWords(args, 1))) return 418;
+        if (!t.SetRowString(row, JoinWords(args, 1))) return RC_ENTRY_ACCESS_FAILED;
     }
     result = IntText(row);
     return 0;
@@ -280,11 +281,11 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
                    bool real, Text& result) {
     if (!append && HasOption(options, L"Dd")) {
         const long row = t.MacroRow(index, real);
-        if (row < 0 || !t.DeleteRow(row)) return 416;
+        if (row < 0 || !t.DeleteRow(row)) return RC_NO_SUCH_ENTRY_INDEX;
         return 0;
     }
     long row = append ? t.AppendRows(1) : EnsureTableRow(t, index, real);
-    if (row < 0) return 414;
+    if (row < 0) return RC_CANNOT_ADD_ENTRY;
     result = IntText(row);
     // /N repeats the write: a count of rows (appending), "A" all rows from here, "T" visible rows.
     const SOption* many = FindOption(options, L"Nn");
@@ -295,7 +296,7 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
     const Text& how = many->text;
     long long count = 1;
     const bool all = EqualNoCase(how, L"A"), visible = EqualNoCase(how, L"T");
-    if (!all && !visible && !EvalInteger(how, count)) return 111;
+    if (!all && !visible && !EvalInteger(how, count)) return RC_BAD_OPTION_ARGUMENT;
     // From the addressed row on, in real rows.
     const long start = row;
     if (visible) {
@@ -310,7 +311,7 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
     const long last = all ? t.m_nRows - 1 : start + static_cast<long>(count) - 1;
     for (long k = start; k <= last; ++k) {
         row = EnsureTableRow(t, k, true);
-        if (row < 0) return 414;
+        if (row < 0) return RC_CANNOT_ADD_ENTRY;
         TagOptions(t, row, options);
         if (const int code = WriteRow(t, row, args, 1)) return code;
     }
@@ -367,7 +368,7 @@ int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Tex
     const bool append = first == L"*";
     if (append || (args[0].kind == SWord::Plain && !first.empty() && !iswalpha(first[0]) &&
                    EvalInteger(first, index))) {
-        if (!append && index < 0) return 153;
+        if (!append && index < 0) return RC_TABLE_INDEX_OUT_OF_RANGE;
         return plain ? SetPlainRow(t, args, options, append, static_cast<long>(index), real, result)
                      : SetExtendedRow(t, args, options, append, static_cast<long>(index), real, result);
     }

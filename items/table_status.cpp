@@ -8,6 +8,7 @@
 #include "numeric/matrix.h"
 #include "shell/command_registry.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 
 namespace {
@@ -280,7 +281,7 @@ int CTableKind::Status(CShell& shell, void* object, const std::vector<Text>& arg
 int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, TextView valueText) {
     CShellTable& t = AsTable(object);
     Matrix value;
-    if (!ValueOfText(shell, valueText, value)) return 96;
+    if (!ValueOfText(shell, valueText, value)) return RC_TYPE_MISMATCH;
     std::vector<Text> args;
     size_t start = 0;
     for (;;) {
@@ -290,15 +291,15 @@ int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, Te
         if (comma == TextView::npos) break;
         start = comma + 1;
     }
-    if (args.size() > 2) return 151;
+    if (args.size() > 2) return RC_BAD_TABLE_INDEX;
     const bool allRows = args[0].empty() || IsAll(args[0]);
     long index = 0;
-    if (!allRows && !RowNumber(args[0], index)) return 151;
-    if (!allRows && index < 0) return 151;
+    if (!allRows && !RowNumber(args[0], index)) return RC_BAD_TABLE_INDEX;
+    if (!allRows && index < 0) return RC_BAD_TABLE_INDEX;
     int field = -1;
     if (args.size() == 2 && !IsAll(args[1])) {
         field = t.FindField(args[1]);
-        if (field < 0) return 57;
+        if (field < 0) return RC_NO_SUCH_FIELD;
     }
     const bool real = (t.m_nMode & 2) != 0;
     CItemSection hold(t.m_cs);
@@ -306,25 +307,25 @@ int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, Te
         const long rows = std::max<long>(t.GetRows(), value.IsScalar() ? t.GetRows() : value.Rows());
         for (long v = 0; v < rows; ++v) {
             const long row = EnsureTableRow(t, v, real);
-            if (row < 0) return 151;
+            if (row < 0) return RC_BAD_TABLE_INDEX;
             const double x = value.IsScalar() ? value.Scalar() : value.At(static_cast<int>(v), 0);
             if (!value.IsScalar() && v >= value.Rows()) break;
-            if (t.SetNumber(row, field, x)) return 151;
+            if (t.SetNumber(row, field, x)) return RC_BAD_TABLE_INDEX;
         }
         return 0;
     }
     if (field >= 0) {
-        if (!value.IsScalar()) return 151;
+        if (!value.IsScalar()) return RC_BAD_TABLE_INDEX;
         const long row = EnsureTableRow(t, index, real);
-        if (row < 0) return 151;
-        return t.SetNumber(row, field, value.Scalar()) ? 151 : 0;
+        if (row < 0) return RC_BAD_TABLE_INDEX;
+        return t.SetNumber(row, field, value.Scalar()) ? RC_BAD_TABLE_INDEX : 0;
     }
     // No field: a row from the value's first column, or the whole table from the value.
     const long firstRow = allRows ? 0 : index;
     const long rows = allRows ? value.Rows() : 1;
     for (long r = 0; r < rows; ++r) {
         const long row = EnsureTableRow(t, firstRow + r, real);
-        if (row < 0) return 151;
+        if (row < 0) return RC_BAD_TABLE_INDEX;
         int column = 0;
         for (int f = 0; f < t.m_nFields; ++f) {
             if (!t.Field(f).Numeric()) continue;
@@ -332,7 +333,7 @@ int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, Te
             if (column >= n) break;
             const double x = allRows ? value.At(static_cast<int>(r), column) : value.At(column, 0);
             ++column;
-            if (t.SetNumber(row, f, x)) return 151;
+            if (t.SetNumber(row, f, x)) return RC_BAD_TABLE_INDEX;
         }
     }
     return 0;
@@ -347,15 +348,15 @@ namespace {
 int FindCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
     result.clear();
     CShellTable* t = CShellTable::Find(shell, args[0].text);
-    if (!t) return 115;
+    if (!t) return RC_TABLE_OR_NUMBER_EXPECTED;
     CItemSection hold(t->m_cs);
     int field = 0;
     if (args.size() > 2 && !args[2].text.empty() && args[2].text != L"*") {
         field = t->FindField(args[2].text);
-        if (field < 0) return 57;
+        if (field < 0) return RC_NO_SUCH_FIELD;
     }
     long start = 0;
-    if (args.size() > 3 && !RowNumber(args[3].text, start)) return 151;
+    if (args.size() > 3 && !RowNumber(args[3].text, start)) return RC_BAD_TABLE_INDEX;
     if (start < 0) start = 0;
     const Text& wanted = args[1].text;
     double number = 0;
@@ -377,14 +378,14 @@ int FindCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
             return 0;
         }
     }
-    return 194;
+    return RC_NO_SUCH_ENTRY;
 }
 
 // Without a list: the real numbers of the tagged rows. With one: exactly those rows are tagged.
 int TagsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
     result.clear();
     CShellTable* t = CShellTable::Find(shell, args[0].text);
-    if (!t) return 115;
+    if (!t) return RC_TABLE_OR_NUMBER_EXPECTED;
     CItemSection hold(t->m_cs);
     if (args.size() < 2) {
         for (long r = 0; r < t->m_nRows; ++r) {
@@ -404,7 +405,8 @@ int TagsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
             while (end < list.size() && list[end] != L' ' && list[end] != L'\t') ++end;
             if (end > i) {
                 long row = 0;
-                if (!RowNumber(list.substr(i, end - i), row) || row < 0 || row >= t->m_nRows) return 153;
+                if (!RowNumber(list.substr(i, end - i), row) || row < 0 || row >= t->m_nRows)
+                    return RC_TABLE_INDEX_OUT_OF_RANGE;
                 rows.push_back(row);
             }
             i = end;

@@ -122,11 +122,11 @@ void CXMLFileState::ReadPositionMap() {
 int CXMLFileState::FormatIref(Text& path) {
     std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
     int element = m_doc.Current();
-    if (!element) return 132;
+    if (!element) return RC_XML_POSITION_UNSET;
     Text out;
     for (; element; element = m_doc.Record(element).parent) {
         Text id;
-        if (!m_doc.GetAttribute(L"ID", id, element)) return 289;
+        if (!m_doc.GetAttribute(L"ID", id, element)) return RC_CANNOT_FORMAT_IREF;
         out = L"/" + id + out;
     }
     path = out;
@@ -137,7 +137,7 @@ int CXMLFileState::FindIref(TextView path) {
     std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
     const SXMLCursor keep = m_doc.GetCursor();
     const std::vector<Text> parts = SplitAt(path, L'/');
-    if (path.empty() || path[0] != L'/' || parts.empty()) return 290;
+    if (path.empty() || path[0] != L'/' || parts.empty()) return RC_IREF_NOT_FOUND;
     m_doc.GoStart();
     int parent = 0;
     for (size_t k = 0; k < parts.size(); ++k) {
@@ -148,7 +148,7 @@ int CXMLFileState::FindIref(TextView path) {
         }
         if (!found) {
             m_doc.SetCursor(keep);
-            return 290;
+            return RC_IREF_NOT_FOUND;
         }
         parent = found;
     }
@@ -164,7 +164,7 @@ int XmlIref(CXMLFileState& state, CWords& args, COptions& options, Text& result)
         return 0;
     }
     const int code = state.FormatIref(result);
-    if (code == 289 && HasOption(options, L"Ss")) return 322;
+    if (code == RC_CANNOT_FORMAT_IREF && HasOption(options, L"Ss")) return RC_CANNOT_FORMAT_IREF_SILENT;
     return code ? Fails(code, options) : 0;
 }
 
@@ -214,7 +214,7 @@ int CXMLFileState::SearchFrom(int start, bool first) {
 }
 
 int CXMLFileState::Find(CWords& args, COptions& options, Text& result) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     m_findTag = args[0].text;
     m_findAttribute = args.size() > 1 ? args[1].text : Text();
     m_findHasValue = args.size() > 2;
@@ -232,20 +232,20 @@ int CXMLFileState::Find(CWords& args, COptions& options, Text& result) {
         const SXMLCursor cursor = m_doc.GetCursor();
         start = m_doc.Record(cursor.parent).firstChild;
         first = true;
-        if (HasOption(options, L"Oo")) return Fails(132, options);
+        if (HasOption(options, L"Oo")) return Fails(RC_XML_POSITION_UNSET, options);
     }
     const int found = start ? SearchFrom(start, first) : 0;
-    if (!found) return Fails(297, options);
+    if (!found) return Fails(RC_NO_SUCH_XML_ELEMENT, options);
     m_doc.GoElement(found);
     result = m_doc.Tag(found);
     return 0;
 }
 
 int CXMLFileState::Next(CWords&, COptions& options, Text& result) {
-    if (!m_findActive || !m_doc.Current()) return Fails(297, options);
+    if (!m_findActive || !m_doc.Current()) return Fails(RC_NO_SUCH_XML_ELEMENT, options);
     // /O of the FIND keeps its scope: the search goes on inside the element it started from.
     const int found = SearchFrom(m_doc.Current(), false);
-    if (!found) return Fails(297, options);
+    if (!found) return Fails(RC_NO_SUCH_XML_ELEMENT, options);
     m_doc.GoElement(found);
     result = m_doc.Tag(found);
     return 0;
@@ -262,17 +262,17 @@ void CXMLFileState::MarkUnsorted(int element) {
 
 int CXMLFileState::Sort(CWords& args, COptions& options, Text&) {
     const int element = m_doc.Current();
-    if (!element) return Fails(145, options);
+    if (!element) return Fails(RC_XML_SORT, options);
     std::vector<Text> keys;
     for (const SWord& word : args) keys.push_back(word.text);
     if (keys.empty()) {
         Text kept;
-        if (!m_doc.GetAttribute(L"XMLSort", kept, element)) return Fails(144, options);
+        if (!m_doc.GetAttribute(L"XMLSort", kept, element)) return Fails(RC_XML_SORT_ATTRIBUTE, options);
         std::vector<Text> words = SplitAt(kept, L' ');
-        if (words.empty() || words[0] != L"sort") return Fails(144, options);
+        if (words.empty() || words[0] != L"sort") return Fails(RC_XML_SORT_ATTRIBUTE, options);
         for (size_t k = 1; k < words.size(); ++k)
             if (words[k] != L"#unsorted") keys.push_back(words[k]);
-        if (keys.empty()) return Fails(144, options);
+        if (keys.empty()) return Fails(RC_XML_SORT_ATTRIBUTE, options);
     }
     std::vector<int> children;
     for (int c = m_doc.Record(element).firstChild; c; c = m_doc.Record(c).nextSibling) children.push_back(c);
@@ -312,10 +312,11 @@ int CXMLFileState::Sort(CWords& args, COptions& options, Text&) {
         }
         return false;
     });
-    if (!m_doc.ReorderChildren(element, order)) return Fails(295, options);
+    if (!m_doc.ReorderChildren(element, order)) return Fails(RC_XML_SORT_FAILED, options);
     Text attribute = L"sort";
     for (const Text& key : keys) attribute += L" " + key;
-    if (!m_doc.SetAttribute(L"XMLSort", attribute, element)) return Fails(296, options);
+    if (!m_doc.SetAttribute(L"XMLSort", attribute, element))
+        return Fails(RC_XML_SORT_ATTRIBUTES_FAILED, options);
     return 0;
 }
 
@@ -325,11 +326,11 @@ int CXMLFileState::Status(const CWords& args, Text& out) {
     static const CKeywordTable words(kStatusWords);
     std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
     out.clear();
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     TextView key = args[0].text;
     if (!key.empty() && key[0] == L'!') key.remove_prefix(1);
     const int which = words.Find(key);
-    if (which < 0) return 64;
+    if (which < 0) return RC_BAD_ARG1;
     const int current = m_doc.Current();
     const int root = m_doc.Root();
     const Text arg1 = args.size() > 1 ? args[1].text : Text();

@@ -123,7 +123,7 @@ int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result)
     const Text& text = args[0].text;
     if (text.find(L'_') == Text::npos) {
         long long unused = 0;
-        if (!ParseAddress(text, context, end, unused) || end < 0) return SEGERR_START;
+        if (!ParseAddress(text, context, end, unused) || end < 0) return RC_BAD_SEGMENT_START;
     } else {
         const int code = ParseSegmentRange(text, context, begin, end);
         if (code != 0) return code;
@@ -136,7 +136,7 @@ int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result)
 }
 
 int SegmentCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
-    const int failure = HasOption(options, L"Ss") ? SEGERR_SILENT : SEGERR_BAD;
+    const int failure = HasOption(options, L"Ss") ? RC_BAD_SEGMENT_EXPRESSION : RC_BAD_SEGMENT_ADDRESS;
     SSegmentContext context = FileContext(CurrentSoundFile(shell));
     if (args.size() > 1 && args[1].text != L"*" && !EvalNumber(args[1].text, context.rate)) return failure;
     if (args.size() > 2 && args[2].text != L"*" && !EvalInteger(args[2].text, context.length)) return failure;

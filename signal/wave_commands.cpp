@@ -373,7 +373,7 @@ int CopyIntoValue(CWaveObject& wave, CShellValue& value) {
     if (frames <= 0 || frames > 0x7FFFFFFF) return RC_BAD_SIGNAL_KIND;
     int error = 0;
     SfioPtr reader(wave.CreateSfio(SFIO_READ | CODING_FLOAT, error, frames));
-    if (!reader) return error == 1 ? RC_NULL_BUFFER : error;
+    if (!reader) return error == RC_NO_MEMORY ? RC_NULL_BUFFER : error;
     if (reader->Transfer() != frames) return RC_NULL_BUFFER;
     const auto* samples = static_cast<const float*>(reader->Buffer());
     Matrix m(static_cast<int>(frames), channels);
@@ -400,7 +400,7 @@ int WaveCopy(SWaveSet& c) {
         frames = std::max(2LL, frames);
         int error = 0;
         SfioPtr writer(target->CreateSfio(SFIO_READWRITE | CODING_FLOAT, error, 0));
-        if (!writer) return error == SFIO_ERR_NOFILE ? RC_NO_SFIO_BUFFER : error;
+        if (!writer) return error == RC_SFIO_WITHOUT_SOUNDFILE ? RC_NO_SFIO_BUFFER : error;
         SfioPtr reader(source->CreateSfio(
             SFIO_READ | CODING_FLOAT | (HasOption(options, L"Rr") ? SFIO_REVERSED : 0), error, frames));
         if (!reader) return error;
@@ -435,7 +435,10 @@ int WaveCopy(SWaveSet& c) {
     int error = 0;
     const long long rows = std::min<long long>(m.Rows(), target->GetFrames());
     SfioPtr writer(target->CreateSfio(SFIO_READWRITE | CODING_FLOAT, error, rows, 0, rows));
-    if (!writer) return error == SFIO_ERR_NOFILE ? RC_NO_SFIO_BUFFER : error == 1 ? RC_NULL_BUFFER : error;
+    if (!writer)
+        return error == RC_SFIO_WITHOUT_SOUNDFILE ? RC_NO_SFIO_BUFFER
+               : error == RC_NO_MEMORY            ? RC_NULL_BUFFER
+                                                  : error;
     auto* frames = static_cast<float*>(writer->Buffer());
     for (long long r = 0; r < rows; ++r)
         for (int c = 0; c < channels; ++c)

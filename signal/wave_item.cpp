@@ -5,6 +5,7 @@
 #include "items/value_item.h"
 #include "shell/message_codes.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "signal/audio_engine.h"
 #include "signal/memory_wave.h"
@@ -17,11 +18,6 @@
 #include "signal/stream_wave.h"
 
 namespace {
-
-constexpr int kNoSoundFile = 108;
-constexpr int kRangeOutside = 172;
-constexpr int kNoMaster = 207, kSlaveBegin = 208, kSlaveEnd = 209, kSlaveRange = 210;
-constexpr int kCannotDelete = 375, kCannotDeleteSilent = 376;
 constexpr long long kEndless = 0x7FFFFFFF;
 
 constexpr const wchar_t* kStatusKeys[] = {
@@ -33,7 +29,7 @@ constexpr const wchar_t* kTypeWords[] = {L"?", L"Stream", L"Sequence", L"ADC", L
 
 // The code of a bad argument by its position after the item's name: 65 for the first.
 int ArgumentCode(size_t index) {
-    return index < 2 ? static_cast<int>(65 + index) : 4;
+    return index < 2 ? RC_BAD_ARG2 + static_cast<int>(index) : RC_INVALID_ARGUMENT;
 }
 
 SSegmentContext WaveContext(double rate, long long length) {
@@ -45,15 +41,15 @@ SSegmentContext WaveContext(double rate, long long length) {
 
 int CreateStream(CShell& shell, CWords& args, CWaveObject*& out) {
     CSoundFile* file = CurrentSoundFile(shell);
-    if (!file) return kNoSoundFile;
-    if (args.empty()) return 2;
+    if (!file) return RC_NO_SOUNDFILE;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     SSegmentContext context = WaveContext(file->Rate(), file->Frames());
     context.lookup = [file](TextView name, long long& b, long long& e) {
         return LookupFileSegment(*file, name, b, e);
     };
     long long begin = 0, end = 0;
     if (const int code = ParseSegmentRange(args[0].text, context, begin, end); code != 0) return code;
-    if (begin >= end || (end > file->Frames() && !file->Writable())) return kRangeOutside;
+    if (begin >= end || (end > file->Frames() && !file->Writable())) return RC_SIGNAL_RANGE_OUT_OF_RANGE;
     CChannelSet channels;
     if (args.size() == 1) channels.SetAll();
     for (size_t i = 1; i < args.size(); ++i) {
@@ -78,7 +74,7 @@ int CreateSequence(CShell& shell, CWords& args, CWaveObject*& out) {
 
 int CreateSlave(CShell& shell, CWords& args, bool relative, CWaveObject*& out, CWaveItem*& master) {
     master = args.empty() ? nullptr : FindWaveItem(shell, args[0].text);
-    if (!master || !master->Wave() || !master->Wave()->IsValid()) return kNoMaster;
+    if (!master || !master->Wave() || !master->Wave()->IsValid()) return RC_NO_MASTER_SFIO;
     CWaveObject& m = *master->Wave();
     const SSegmentContext context = WaveContext(m.GetRate(), m.GetFrames());
     // Without /R the addresses are frames of what is below the master (a stream's
@@ -86,16 +82,16 @@ int CreateSlave(CShell& shell, CWords& args, bool relative, CWaveObject*& out, C
     const long long base = relative ? 0 : m.GetBegin();
     long long first = 0, end = m.GetFrames(), unused = 0;
     if (args.size() > 1) {
-        if (!ParseAddress(args[1].text, context, first, unused)) return kSlaveBegin;
+        if (!ParseAddress(args[1].text, context, first, unused)) return RC_SLAVE_BEGIN_OUT_OF_BOUNDS;
         first -= base;
     }
     if (args.size() > 2) {
-        if (!ParseAddress(args[2].text, context, end, unused)) return kSlaveEnd;
+        if (!ParseAddress(args[2].text, context, end, unused)) return RC_SLAVE_END_OUT_OF_BOUNDS;
         end -= base;
     }
-    if (first < 0 || first > m.GetFrames()) return kSlaveBegin;
-    if (end < 0 || end > m.GetFrames()) return kSlaveEnd;
-    if (first >= end) return kSlaveRange;
+    if (first < 0 || first > m.GetFrames()) return RC_SLAVE_BEGIN_OUT_OF_BOUNDS;
+    if (end < 0 || end > m.GetFrames()) return RC_SLAVE_END_OUT_OF_BOUNDS;
+    if (first >= end) return RC_BAD_SLAVE_RANGE;
     out = new CSlaveWave(m, first, end);
     return 0;
 }
@@ -114,13 +110,13 @@ int CreateDevice(CShell& shell, CWords& args, bool adc, long long& blocks, long 
         if (args[2].text == L"-1")
             length = kEndless;
         else if (!ParseAddress(args[2].text, WaveContext(rate, -1), length, unused) || length <= 0)
-            return 4;
+            return RC_INVALID_ARGUMENT;
     }
     // Device buffers live in memory: an endless one cannot.
-    if (length >= kEndless) return 157;
-    if (args.size() > 3 && !EvalInteger(args[3].text, blocks)) return 4;
+    if (length >= kEndless) return RC_NOT_SUPPORTED;
+    if (args.size() > 3 && !EvalInteger(args[3].text, blocks)) return RC_INVALID_ARGUMENT;
     if (blocks < 2) blocks = 4;
-    if (args.size() > 4 && !EvalInteger(args[4].text, block)) return 4;
+    if (args.size() > 4 && !EvalInteger(args[4].text, block)) return RC_INVALID_ARGUMENT;
     if (block < rate * 0.05) block = static_cast<long long>(rate / 4);
     out = new CMemoryWave(static_cast<int>(channels), rate, length, adc ? WAVE_ADC : WAVE_DAC);
     return 0;
@@ -182,7 +178,7 @@ int CWaveKind::Create(CShell& shell, const Text&, CWords& args, COptions& option
 
 int CWaveKind::CheckDelete(CShell&, void* object, bool silent) {
     auto* item = static_cast<CWaveItem*>(AsItem(object));
-    return item->Busy() ? (silent ? kCannotDeleteSilent : kCannotDelete) : 0;
+    return item->Busy() ? Silent(RC_CANNOT_DELETE_WAVE, silent) : 0;
 }
 
 void CWaveKind::Notify(CShell& shell, void* object, SMessage& message) {
@@ -287,7 +283,7 @@ int CWaveKind::Status(CShell&, void* object, const std::vector<Text>& args, Text
         out = Format(L"%lg", rate);
         break;
     default:
-        return 65;
+        return RC_BAD_ARG2;
     }
     return 0;
 }
