@@ -30,7 +30,7 @@ bool IsDigit(wchar_t c) {
 
 // "first argument must be an l-value" ... "eighth ...", then one text for all others.
 int LValueCode(int index) {
-    return index < 8 ? 36 + index : RC_ARGUMENT_NOT_LVALUE;
+    return index < 8 ? RC_ARG1_NOT_LVALUE + index : RC_ARGUMENT_NOT_LVALUE;
 }
 
 } // namespace

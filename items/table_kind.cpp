@@ -155,11 +155,11 @@ int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& ma
             continue;
         }
         for (int n = 0; n < d.count; ++n, ++slot) {
-            if (slot >= t->m_nFields) return fail(114);
+            if (slot >= t->m_nFields) return fail(RC_BAD_FIELD_DEFINITION);
             const Text name = d.repeated ? Format(L"%s%d", d.name.c_str(), n) : d.name;
             const int code = t->DefineField(slot, d.type, name);
             if (code == RC_NON_NUMERIC_PARAMETER_FIELD || code == RC_BAD_FIELD_TYPE) return fail(code);
-            if (code) return fail(114);
+            if (code) return fail(RC_BAD_FIELD_DEFINITION);
         }
     }
     // One-field tables keep whole lines: "$$" is a separator nobody types.

@@ -5,6 +5,7 @@
 
 #include "base/keyword_table.h"
 #include "macro/execution.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -54,22 +55,23 @@ bool HasMethod(void* instance, TextView name) {
 int CallMethod(CShell& shell, CWords& words, void* instanceObject, bool wantResult, Text& result) {
     CShellInstance* caller = CallerInstance(shell);
     CShellInstance* instance = instanceObject ? AsInstance(instanceObject) : caller;
-    if (!instance) return 7;
-    if (words.empty()) return 2;
+    if (!instance) return RC_COMMAND_ERROR;
+    if (words.empty()) return RC_TOO_FEW_ARGUMENTS;
     Text method = words[0].text;
     CMacroCode* start = instance->m_pClass;
     if (const size_t colons = method.find(L"::"); colons != Text::npos) {
         const Text className = method.substr(0, colons);
         method.erase(0, colons + 2);
-        if (method.empty()) return 326;
+        if (method.empty()) return RC_MEMBER_NAME_EXPECTED;
         if (className.empty()) {
             CMacroCode* running = RunningClass(shell);
             start = running ? running->m_pParent : nullptr;
-            if (!start) return 325;
+            if (!start) return RC_NO_SUCH_CLASS;
         } else {
             std::lock_guard lock(shell.Env().Lock());
             auto* named = dynamic_cast<CMacroCode*>(shell.Env().FindMacro(className));
-            if (!named || !named->m_bClass || !DerivesFrom(instance->m_pClass, named)) return 325;
+            if (!named || !named->m_bClass || !DerivesFrom(instance->m_pClass, named))
+                return RC_NO_SUCH_CLASS;
             start = named;
         }
     }
@@ -85,7 +87,7 @@ int CallMethod(CShell& shell, CWords& words, void* instanceObject, bool wantResu
         return StartMethodFrame(shell, cls, e->value.line, static_cast<CShellItem*>(instance),
                                 entry ? entry->key : Text(), words, wantResult, result);
     }
-    return 327;
+    return RC_NO_SUCH_METHOD;
 }
 
 namespace {
@@ -107,12 +109,12 @@ public:
     CInstanceKind() : CShellItemKind(KIND_INSTANCE, L"INSTANCE", L"I", false) {}
 
     int Create(CShell& shell, const Text&, CWords& args, COptions&, void*& object) override {
-        if (args.empty()) return 2;
+        if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
         CMacroCode* cls = nullptr;
         {
             std::lock_guard lock(shell.Env().Lock());
             cls = dynamic_cast<CMacroCode*>(shell.Env().FindMacro(args[0].text));
-            if (!cls || !cls->m_bClass) return 66;
+            if (!cls || !cls->m_bClass) return RC_BAD_ARG3;
             object = static_cast<CShellItem*>(new CShellInstance(&shell.Env(), cls, shell.IdText()));
         }
         return 0;
@@ -182,7 +184,7 @@ public:
     int AssignElement(CShell&, void* object, TextView args, TextView value) override {
         Text name = Trim(args);
         if (!name.empty() && name[0] == L'&') name.erase(0, 1);
-        if (name.empty()) return 151;
+        if (name.empty()) return RC_BAD_TABLE_INDEX;
         AsInstance(object)->m_pMembers->Set(name, value);
         return 0;
     }
@@ -190,7 +192,7 @@ public:
 protected:
     int SetItem(CShell&, CShellItem&, const Text&, CWords& args, COptions&, Text&) override {
         // Methods were tried before the kind is asked; what is left is no lock word.
-        return args.empty() ? 2 : 65;
+        return args.empty() ? RC_TOO_FEW_ARGUMENTS : RC_BAD_ARG2;
     }
 };
 

@@ -105,7 +105,7 @@ int TranslateCommand(CShell& shell, CWords& args, COptions& options, int, Text& 
     Text text;
     size_t first = 1;
     if (HasOption(options, L"Tt")) {
-        if (args.size() < 2) return 2;
+        if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
         const int rc = TableRowText(shell, args[0].text, args[1].text, text);
         if (rc != 0) return rc;
         first = 2;
@@ -115,7 +115,7 @@ int TranslateCommand(CShell& shell, CWords& args, COptions& options, int, Text& 
         text = args[0].text;
     }
     const size_t words = args.size() - first;
-    if (words == 0 || words % 2 != 0) return 2;
+    if (words == 0 || words % 2 != 0) return RC_TOO_FEW_ARGUMENTS;
     for (size_t i = first; i + 1 < args.size(); i += 2) {
         const Text& from = args[i].text;
         const Text& to = args[i + 1].text;
@@ -158,7 +158,7 @@ int ConstantsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) 
     }
     if (args.size() > 1) {
         const int rc = AppendTableEntries(shell, args[1].text, words, Text(), false);
-        if (rc != 0) return rc == 64 ? 65 : rc;
+        if (rc != 0) return rc == RC_BAD_ARG1 ? RC_BAD_ARG2 : rc;
         result = IntText(static_cast<long long>(words.size()));
         return 0;
     }

@@ -320,13 +320,13 @@ int ExecuteLine(CShell& shell, CCodeLine& line, Text* out) {
     CMacroFrame* frame = TopFrame(shell);
     const int kind = line.Kind();
     if (kind == CCodeLine::GOTO) {
-        if (out) return 7;
-        if (!frame) return 8;
+        if (out) return RC_COMMAND_ERROR;
+        if (!frame) return RC_UNKNOWN_MACRO;
         frame->m_next = line.target;
         return 0;
     }
     if (kind != CCodeLine::STATEMENT) {
-        if (out) return 7;
+        if (out) return RC_COMMAND_ERROR;
         Text text;
         int code = Assemble(shell, line.commandText, text, line.flags & CCodeLine::COMMAND_HAS_STATUS, false);
         CWords words;
@@ -341,14 +341,14 @@ int ExecuteLine(CShell& shell, CCodeLine& line, Text* out) {
                     if (frame)
                         frame->m_next = line.target;
                     else
-                        code = 8;
+                        code = RC_UNKNOWN_MACRO;
                 }
                 break;
             }
             case CCodeLine::COMPUTED_GOTO: {
-                code = 10;
+                code = RC_UNKNOWN_LABEL;
                 if (!frame) {
-                    code = 8;
+                    code = RC_UNKNOWN_MACRO;
                     break;
                 }
                 for (size_t w = 0; w < words.size() && w < 2; ++w) {
@@ -364,7 +364,7 @@ int ExecuteLine(CShell& shell, CCodeLine& line, Text* out) {
                 code = ExitFrames(shell, words);
                 break;
             default:
-                code = 26;
+                code = RC_INTERNAL_PARSER_ERROR;
                 break;
             }
         }
@@ -414,7 +414,7 @@ int ExecuteLine(CShell& shell, CCodeLine& line, Text* out) {
         }
     } else if (target.empty()) {
         if (code == 0 && effective) {
-            code = 303;
+            code = RC_EMPTY_ASSIGNMENT_TARGET;
             shell.SetResultCode(code);
         }
     } else {
@@ -440,7 +440,7 @@ int ExecuteLine(CShell& shell, CCodeLine& line, Text* out) {
     }
     if (!out && shell.TemporaryItems()) SweepTemporaryItems(shell);
     if (!effective && code == 0) {
-        code = 259;
+        code = RC_INEFFECTIVE_STATEMENT;
         shell.SetResultCode(code);
     }
     ProgramCheck(shell, code, line);
@@ -478,7 +478,7 @@ int DispatchLine(CShell& shell, const Text& text, bool wantResult, Text& result,
 
 int ItemCommand(CShell& shell, CWords& words, Text& result, bool wantResult) {
     CShell::ItemEntry* e = shell.FindItem(words[0].text);
-    if (!e) return 379;
+    if (!e) return RC_NO_SUCH_ITEM;
     if (words.size() == 1) {
         result = e->key;
         return 0;
@@ -489,7 +489,7 @@ int ItemCommand(CShell& shell, CWords& words, Text& result, bool wantResult) {
         return CallMethod(shell, words, instance, wantResult, result);
     }
     CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user));
-    if (!kind) return 261;
+    if (!kind) return RC_SET_UNSUPPORTED_KIND;
     const Text name = e->key;
     void* object = e->value;
     words.erase(words.begin());
@@ -517,7 +517,7 @@ int PushFrame(CShell& shell, CMacroFrame* frame, bool wantResult, Text& result) 
     if (!wantResult) return 0;
     if (StackExhausted(shell)) {
         PopFrame(shell);
-        return 211;
+        return RC_STACK_OVERFLOW;
     }
     RunNested(shell, caller);
     result = shell.GetVar(L"RESULT");
@@ -544,7 +544,7 @@ int CallMacro(CShell& shell, CWords& words, int mode, bool wantResult, Text& res
         code = dynamic_cast<CMacroCode*>(env.FindMacro(words[0].text));
         if (code) code->Use();
     }
-    if (!code) return 8;
+    if (!code) return RC_UNKNOWN_MACRO;
     const Text name = code->m_name;
     if (mode == 2) {
         CMacroFrame* frame = nullptr;
@@ -552,7 +552,7 @@ int CallMacro(CShell& shell, CWords& words, int mode, bool wantResult, Text& res
         CShell* child = env.NewShell(&hold, &shell);
         if (!child) {
             code->Unuse();
-            return 1;
+            return RC_NO_MEMORY;
         }
         frame = new CMacroFrame(code, nullptr, nullptr);
         code->Unuse();
@@ -572,9 +572,9 @@ int CallMacro(CShell& shell, CWords& words, int mode, bool wantResult, Text& res
 
 int CallLabel(CShell& shell, CWords& words, bool share, bool wantResult, Text& result) {
     CMacroFrame* parent = TopFrame(shell);
-    if (!parent) return 8;
+    if (!parent) return RC_UNKNOWN_MACRO;
     auto* e = parent->m_pCode->m_labels.Find(words[0].text);
-    if (!e) return 10;
+    if (!e) return RC_UNKNOWN_LABEL;
     auto* frame = new CMacroFrame(parent->m_pCode, parent, share ? &parent->Locals() : nullptr);
     frame->m_next = e->value;
     SetCallVariables(*frame, words, parent->m_pCode->m_name);
@@ -730,13 +730,13 @@ int CompareTriple(CShell& shell, const Text& left, const Text& op, const Text& r
             return 0;
         }
     }
-    return 12;
+    return RC_SYNTAX_ERROR_CONDITION;
 }
 
 } // namespace
 
 int EvalCondition(CShell& shell, const CWords& words, bool& value) {
-    if (words.size() % 4 != 3) return 2;
+    if (words.size() % 4 != 3) return RC_TOO_FEW_ARGUMENTS;
     value = false;
     for (size_t i = 0; i < words.size(); i += 4) {
         bool v = false;
@@ -752,7 +752,7 @@ int EvalCondition(CShell& shell, const CWords& words, bool& value) {
         else if (logical == L"&&" || EqualNoCase(logical, L"AND"))
             value = value && v;
         else
-            return 12;
+            return RC_SYNTAX_ERROR_CONDITION;
     }
     return 0;
 }
@@ -767,14 +767,14 @@ int Assign(CShell& shell, const Text& target, const Text& value) {
         if (close == Text::npos || close < bracket) close = target.size();
         const Text args = target.substr(bracket + 1, close - bracket - 1);
         CShell::ItemEntry* e = shell.FindItem(name);
-        if (!e) return 379;
+        if (!e) return RC_NO_SUCH_ITEM;
         CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user));
-        return kind ? kind->AssignElement(shell, e->value, args, value) : 174;
+        return kind ? kind->AssignElement(shell, e->value, args, value) : RC_ASSIGNMENT_FAILED;
     }
     if (target.find(L'.') == Text::npos) {
         if (CShell::ItemEntry* e = shell.FindItem(target)) {
             CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user));
-            return kind ? kind->Assign(shell, e->value, value) : 174;
+            return kind ? kind->Assign(shell, e->value, value) : RC_ASSIGNMENT_FAILED;
         }
     }
     shell.SetVar(target, value, true);
@@ -793,7 +793,7 @@ void CMacroRuntime::ExecuteText(CShell& shell, const Text& text) {
     Text message;
     if (!CompileRunTimeLine(text, line, message)) {
         shell.Env().Log(message);
-        shell.SetResultCode(7);
+        shell.SetResultCode(RC_COMMAND_ERROR);
         return;
     }
     ExecuteLine(shell, line, nullptr);
