@@ -64,6 +64,19 @@ private:
     CKeywordTable m_lookup{std::span<const wchar_t* const>()};
 };
 
+// A named list of words without handlers, for the lists of values a command
+// takes (window modes, name types): registered, KVOCONSTANTS gives it out as
+// it is, and the command looks its words up in it.
+class CKeywordList : public CSubcommandList {
+public:
+    // `words`: null-ended.
+    CKeywordList(const wchar_t* name, const wchar_t* const* words) : CSubcommandList(name) {
+        std::vector<const wchar_t*> list;
+        for (; words && *words; ++words) list.push_back(*words);
+        SetKeywords(std::move(list));
+    }
+};
+
 template <class Handler> class CSubcommandTable : public CSubcommandList {
 public:
     using Row = SSubcommand<Handler>;

@@ -217,6 +217,10 @@ private:
     long long m_nKnownSize = -1;
     int ReadHeader(long long offset, uint32_t& type, int& rows, int& cols, long long& bytes);
     bool TakeHit();
+    // The texts of !ATTRIBUTES, !ACCESS and !BININFO.
+    void AttributesText(Text& out);
+    void AccessText(Text& out);
+    void RecordInfoText(Text& out);
 };
 
 // Registers the FILE item kind and the commands READ, READTAB and WRITE.

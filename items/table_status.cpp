@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "expr/numeric_args.h"
 #include "items/table_kind.h"
 #include "numeric/matrix.h"
@@ -13,97 +13,38 @@
 
 namespace {
 
-static constexpr const wchar_t* kAttributeWords[] = {
-    L"IO",     L"LSEP",  L"VSEP",   L"NUMFORMAT", L"INTFORMAT",    L"EXTENDED", L"DIRECTORY", L"PARAMETER",
-    L"RANGED", L"SHELL", L"FIELDS", L"USERS",     L"NROW",         L"NCOL",     L"STARTSZ",   L"CHUNKSZ",
-    L"MEMORY", L"SORT",  L"TAGGED", L"EDITABLE",  L"VUSERDEFAULT", L"MULTIROW", nullptr};
-const CKeywordTable kAttributes(kAttributeWords);
-enum {
-    A_IO,
-    A_LSEP,
-    A_VSEP,
-    A_NUMFORMAT,
-    A_INTFORMAT,
-    A_EXTENDED,
-    A_DIRECTORY,
-    A_PARAMETER,
-    A_RANGED,
-    A_SHELL,
-    A_FIELDS,
-    A_USERS,
-    A_NROW,
-    A_NCOL,
-    A_STARTSZ,
-    A_CHUNKSZ,
-    A_MEMORY,
-    A_SORT,
-    A_TAGGED,
-    A_EDITABLE,
-    A_VUSERDEFAULT,
-    A_MULTIROW
-};
-
-static constexpr const wchar_t* kFieldAttributeWords[] = {
-    L"TYPE",    L"NAME",   L"VISIBLE",  L"SCALE",        L"FORMAT",   L"MMODE",    L"MVALUE",
-    L"MSYMBOL", L"HEADER", L"WIDTH",    L"ALIGN",        L"SORTABLE", L"EDITABLE", L"VTABLE",
-    L"VFIELD",  L"VONLY",  L"VDEFAULT", L"VUSERDEFAULT", L"MULTIROW", nullptr};
-const CKeywordTable kFieldAttributes(kFieldAttributeWords);
-
-// "!word" as an attribute index; -1 for anything else.
-int Attribute(const Text& word) {
-    if (word.size() < 2 || word[0] != L'!') return -1;
-    return kAttributes.Find(TextView(word).substr(1));
-}
-
 Text Flag(bool on) {
     return on ? L"1" : L"0";
 }
 
-Text FieldAttribute(const CShellTableField& f, int attribute) {
-    static constexpr const wchar_t* kTypeNames[] = {L"", L"NAME", L"STRING", L"INT", L"NUM"};
-    switch (attribute) {
-    case 0:
-        return (f.m_nType >= 0 && f.m_nType <= 4) ? kTypeNames[f.m_nType] : L"";
-    case 1:
-        return f.m_sName;
-    case 2:
-        return Flag(f.m_bVisible);
-    case 3:
-        return DoubleText(f.m_dScale);
-    case 4:
-        return f.m_sFormat;
-    case 5:
-        return Flag(f.m_bMissing);
-    case 6:
-        return DoubleText(f.m_dMissing);
-    case 7:
-        return f.m_sMissing;
-    case 8:
-        return f.m_sHeader.empty() ? f.m_sName : f.m_sHeader;
-    case 9:
-        return DoubleText(f.m_dWidth);
-    case 10:
-        return Flag(f.m_nFlags & FIELD_ALIGN);
-    case 11:
-        return Flag(f.m_nFlags & FIELD_SORTABLE);
-    case 12:
-        return Flag(f.m_nFlags & FIELD_EDITABLE);
-    case 13:
-        return f.m_sVTable;
-    case 14:
-        return IntText(f.m_nVField);
-    case 15:
-        return Flag(f.m_nFlags & FIELD_VONLY);
-    case 16:
-        return Flag(f.m_nFlags & FIELD_VDEFAULT);
-    case 17:
-        return Flag(f.m_nFlags & FIELD_VUSERDEFAULT);
-    case 18:
-        return Flag(f.m_nFlags & FIELD_MULTIROW);
-    default:
-        return {};
-    }
-}
+// The attributes of one field, t[!FIELDS field !NAME].
+using FieldAttributeHandler = Text (*)(const CShellTableField& f);
+constexpr SSubcommand<FieldAttributeHandler> kFieldAttributes[] = {
+    {L"TYPE",
+     [](const CShellTableField& f) -> Text {
+         static constexpr const wchar_t* kTypeNames[] = {L"", L"NAME", L"STRING", L"INT", L"NUM"};
+         return (f.m_nType >= 0 && f.m_nType <= 4) ? kTypeNames[f.m_nType] : L"";
+     }},
+    {L"NAME", [](const CShellTableField& f) { return f.m_sName; }},
+    {L"VISIBLE", [](const CShellTableField& f) { return Flag(f.m_bVisible); }},
+    {L"SCALE", [](const CShellTableField& f) { return DoubleText(f.m_dScale); }},
+    {L"FORMAT", [](const CShellTableField& f) { return f.m_sFormat; }},
+    {L"MMODE", [](const CShellTableField& f) { return Flag(f.m_bMissing); }},
+    {L"MVALUE", [](const CShellTableField& f) { return DoubleText(f.m_dMissing); }},
+    {L"MSYMBOL", [](const CShellTableField& f) { return f.m_sMissing; }},
+    {L"HEADER", [](const CShellTableField& f) { return f.m_sHeader.empty() ? f.m_sName : f.m_sHeader; }},
+    {L"WIDTH", [](const CShellTableField& f) { return DoubleText(f.m_dWidth); }},
+    {L"ALIGN", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_ALIGN); }},
+    {L"SORTABLE", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_SORTABLE); }},
+    {L"EDITABLE", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_EDITABLE); }},
+    {L"VTABLE", [](const CShellTableField& f) { return f.m_sVTable; }},
+    {L"VFIELD", [](const CShellTableField& f) { return IntText(f.m_nVField); }},
+    {L"VONLY", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_VONLY); }},
+    {L"VDEFAULT", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_VDEFAULT); }},
+    {L"VUSERDEFAULT", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_VUSERDEFAULT); }},
+    {L"MULTIROW", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_MULTIROW); }},
+};
+const CSubcommandTable<FieldAttributeHandler> g_fieldAttributes(L"TABLE FIELD ATTRIBUTES", kFieldAttributes);
 
 bool RowNumber(const Text& text, long& row) {
     long long v = 0;
@@ -116,76 +57,81 @@ bool IsAll(const Text& text) {
     return text == L"*";
 }
 
-// The table-wide attributes.
-Text TableAttribute(CShell& shell, CShellTable& t, int attribute, const std::vector<Text>& args) {
-    switch (attribute) {
-    case A_IO:
-        return Flag(t.m_bNamedIO);
-    case A_LSEP:
-        return t.m_sLSep;
-    case A_VSEP:
-        return t.m_sVSep;
-    case A_NUMFORMAT:
-        return t.m_sNumFormat;
-    case A_INTFORMAT:
-        return t.m_sIntFormat;
-    case A_EXTENDED:
-        return Flag(t.m_nKind & TABLE_EXTENDED);
-    case A_DIRECTORY:
-        return Flag(t.m_nKind & TABLE_DIRECTORY);
-    case A_PARAMETER:
-        return Flag(t.m_nKind & TABLE_PARAMETER);
-    case A_RANGED:
-        return Flag(t.m_bRanged);
-    case A_SHELL:
-        return shell.IdText();
-    case A_FIELDS: {
-        if (args.size() < 2) return IntText(t.m_nFields);
-        const int field = t.FindField(args[1]);
-        if (field < 0) return {};
-        if (args.size() < 3) return t.FieldDefinition(field);
-        const int attr =
-            kFieldAttributes.Find(args[2][0] == L'!' ? TextView(args[2]).substr(1) : TextView(args[2]));
-        return attr < 0 ? Text() : FieldAttribute(t.Field(field), attr);
-    }
-    case A_USERS:
-        return IntText(t.m_nShare);
-    case A_NROW:
-        return IntText(t.GetRows());
-    case A_NCOL:
-        return IntText(t.GetFields(false));
-    case A_STARTSZ:
-        return IntText(t.m_nStartSize);
-    case A_CHUNKSZ:
-        return IntText(t.m_nChunkSize);
-    case A_MEMORY: {
-        long long all = 0, visible = 0;
-        t.MemoryEstimate(all, visible);
-        return Format(L"%d %d", static_cast<int>(all), static_cast<int>(visible));
-    }
-    case A_SORT:
-        return t.m_sSort;
-    case A_EDITABLE:
-    case A_VUSERDEFAULT:
-    case A_MULTIROW: {
-        if (args.size() < 2) return {};
-        const int field = t.FindField(args[1]);
-        if (field < 0) return {};
-        const int bit = attribute == A_EDITABLE
-                            ? FIELD_EDITABLE
-                            : (attribute == A_VUSERDEFAULT ? FIELD_VUSERDEFAULT : FIELD_MULTIROW);
-        return Flag(t.Field(field).m_nFlags & bit);
-    }
-    default:
-        return {};
-    }
+// The table-wide attributes t[!NAME ...], and TAGGED of a row, t[row, !TAGGED].
+struct STableQuery {
+    CShell& shell;
+    CShellTable& t;
+    const std::vector<Text>& args;
+    long row; // -1 for the table-wide form
+};
+using TableAttributeHandler = Text (*)(STableQuery& q);
+
+// A field flag of the field the second word names.
+Text FieldFlag(STableQuery& q, int bit) {
+    if (q.args.size() < 2) return {};
+    const int field = q.t.FindField(q.args[1]);
+    return field < 0 ? Text() : Flag(q.t.Field(field).m_nFlags & bit);
+}
+
+// !FIELDS: the count; with a field its definition; with a field attribute that attribute.
+Text FieldsAttribute(STableQuery& q) {
+    if (q.args.size() < 2) return IntText(q.t.m_nFields);
+    const int field = q.t.FindField(q.args[1]);
+    if (field < 0) return {};
+    if (q.args.size() < 3) return q.t.FieldDefinition(field);
+    const TextView word = q.args[2][0] == L'!' ? TextView(q.args[2]).substr(1) : TextView(q.args[2]);
+    const auto* attribute = g_fieldAttributes.Find(word);
+    return attribute ? attribute->handler(q.t.Field(field)) : Text();
+}
+
+Text MemoryAttribute(STableQuery& q) {
+    long long all = 0, visible = 0;
+    q.t.MemoryEstimate(all, visible);
+    return Format(L"%d %d", static_cast<int>(all), static_cast<int>(visible));
+}
+
+enum : unsigned { ATTRIBUTE_OF_ROW = 1 }; // also read as t[row, !NAME]
+
+constexpr SSubcommand<TableAttributeHandler> kTableAttributes[] = {
+    {L"IO", [](STableQuery& q) { return Flag(q.t.m_bNamedIO); }},
+    {L"LSEP", [](STableQuery& q) { return q.t.m_sLSep; }},
+    {L"VSEP", [](STableQuery& q) { return q.t.m_sVSep; }},
+    {L"NUMFORMAT", [](STableQuery& q) { return q.t.m_sNumFormat; }},
+    {L"INTFORMAT", [](STableQuery& q) { return q.t.m_sIntFormat; }},
+    {L"EXTENDED", [](STableQuery& q) { return Flag(q.t.m_nKind & TABLE_EXTENDED); }},
+    {L"DIRECTORY", [](STableQuery& q) { return Flag(q.t.m_nKind & TABLE_DIRECTORY); }},
+    {L"PARAMETER", [](STableQuery& q) { return Flag(q.t.m_nKind & TABLE_PARAMETER); }},
+    {L"RANGED", [](STableQuery& q) { return Flag(q.t.m_bRanged); }},
+    {L"SHELL", [](STableQuery& q) { return q.shell.IdText(); }},
+    {L"FIELDS", FieldsAttribute},
+    {L"USERS", [](STableQuery& q) { return IntText(q.t.m_nShare); }},
+    {L"NROW", [](STableQuery& q) { return IntText(q.t.GetRows()); }},
+    {L"NCOL", [](STableQuery& q) { return IntText(q.t.GetFields(false)); }},
+    {L"STARTSZ", [](STableQuery& q) { return IntText(q.t.m_nStartSize); }},
+    {L"CHUNKSZ", [](STableQuery& q) { return IntText(q.t.m_nChunkSize); }},
+    {L"MEMORY", MemoryAttribute},
+    {L"SORT", [](STableQuery& q) { return q.t.m_sSort; }},
+    {L"TAGGED", [](STableQuery& q) { return q.row < 0 ? Text() : Flag(q.t.IsTagged(q.row)); }, 0,
+     ATTRIBUTE_OF_ROW},
+    {L"EDITABLE", [](STableQuery& q) { return FieldFlag(q, FIELD_EDITABLE); }},
+    {L"VUSERDEFAULT", [](STableQuery& q) { return FieldFlag(q, FIELD_VUSERDEFAULT); }},
+    {L"MULTIROW", [](STableQuery& q) { return FieldFlag(q, FIELD_MULTIROW); }},
+};
+const CSubcommandTable<TableAttributeHandler> g_tableAttributes(L"TABLE ATTRIBUTES", kTableAttributes);
+
+// "!word" as an attribute; null for anything else.
+const SSubcommand<TableAttributeHandler>* Attribute(const Text& word) {
+    if (word.size() < 2 || word[0] != L'!') return nullptr;
+    return g_tableAttributes.Find(TextView(word).substr(1));
 }
 
 Text TableStatus(CShell& shell, CShellTable& t, const std::vector<Text>& args) {
     CItemSection hold(t.m_cs);
     if (args.empty()) return {};
-    const int attribute = Attribute(args[0]);
-    if (attribute >= 0) return TableAttribute(shell, t, attribute, args);
+    if (const auto* attribute = Attribute(args[0])) {
+        STableQuery query{shell, t, args, -1};
+        return attribute->handler(query);
+    }
     const bool plain = t.m_nKind == TABLE_PLAIN;
     if (args.size() == 1) {
         if (IsAll(args[0]))
@@ -224,7 +170,10 @@ Text TableStatus(CShell& shell, CShellTable& t, const std::vector<Text>& args) {
     if (!RowNumber(args[0], index)) return {};
     const long row = t.GetRowIndex(index);
     if (row < 0) return {};
-    if (Attribute(second) == A_TAGGED) return Flag(t.IsTagged(row));
+    if (const auto* attribute = Attribute(second); attribute && (attribute->options & ATTRIBUTE_OF_ROW)) {
+        STableQuery query{shell, t, args, row};
+        return attribute->handler(query);
+    }
     if (IsAll(second)) {
         Matrix m;
         if (!t.ToValue(index, -1, m)) return {};

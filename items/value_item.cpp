@@ -67,8 +67,9 @@ namespace {
 
 using SValueSet = SSetCall<CShellValue>;
 
-constexpr const wchar_t* kSwitchWords[] = {L"OFF", L"ON", nullptr};
-const CKeywordTable kSwitchTable(kSwitchWords);
+// The words of TIMER's switch (KVOCONSTANTS SWITCH).
+constexpr const wchar_t* kSwitchWords[] = {L"Off", L"On", nullptr};
+CKeywordList g_switch(L"SWITCH", kSwitchWords);
 constexpr const wchar_t* kTypeNames[] = {L"NONE", L"STRING", L"NUMBER", L"VECTOR", L"ARRAY"};
 
 // TIMER [Off|On [, timeout [, delay]]]
@@ -77,7 +78,7 @@ int ValueTimer(SValueSet& c) {
     const CWords& args = c.args;
     int on = 1;
     if (!args.empty() && args[0].text != L"*") {
-        on = kSwitchTable.Find(args[0].text, true);
+        on = g_switch.FindIndex(args[0].text, true);
         if (on < 0) return RC_BAD_ARG1;
     }
     long long timeout = v.m_timeout, delay = v.m_delay;
@@ -253,4 +254,5 @@ void RegisterValues() {
     static CValueKind kind;
     CItemKindRegistry::Register(&kind);
     CSubcommandRegistry::Register(g_valueSet);
+    CSubcommandRegistry::Register(g_switch);
 }

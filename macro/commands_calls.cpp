@@ -30,32 +30,19 @@ int SetCommand(CShell& shell, CWords& words, COptions&, int, Text& result) {
 }
 
 // Keywords of the language rather than commands: KVOCONSTANTS COMMANDS does not list them.
+constexpr CCommandRow CallRow(const wchar_t* name, CommandHandler handler, int selector) {
+    return {.name = name,
+            .handler = handler,
+            .minArgs = 1,
+            .selector = selector,
+            .flags = COMMAND_UNLISTED | COMMAND_CALL};
+}
 constexpr CCommandRow kCallRows[] = {
-    {.name = L"GOSUB",
-     .handler = GosubCommand,
-     .minArgs = 1,
-     .selector = 0,
-     .flags = COMMAND_UNLISTED | COMMAND_CALL},
-    {.name = L"GOSUBX",
-     .handler = GosubCommand,
-     .minArgs = 1,
-     .selector = 1,
-     .flags = COMMAND_UNLISTED | COMMAND_CALL},
-    {.name = L"MACRO",
-     .handler = MacroCommand,
-     .minArgs = 1,
-     .selector = 0,
-     .flags = COMMAND_UNLISTED | COMMAND_CALL},
-    {.name = L"MACROX",
-     .handler = MacroCommand,
-     .minArgs = 1,
-     .selector = 1,
-     .flags = COMMAND_UNLISTED | COMMAND_CALL},
-    {.name = L"SHELL",
-     .handler = MacroCommand,
-     .minArgs = 1,
-     .selector = 2,
-     .flags = COMMAND_UNLISTED | COMMAND_CALL},
+    CallRow(L"GOSUB", GosubCommand, 0),
+    CallRow(L"GOSUBX", GosubCommand, 1),
+    CallRow(L"MACRO", MacroCommand, 0),
+    CallRow(L"MACROX", MacroCommand, 1),
+    CallRow(L"SHELL", MacroCommand, 2),
     // The way to force a word to be taken as text, even the name of an item called SET.
     {.name = L"SET", .handler = SetCommand, .flags = COMMAND_UNLISTED | COMMAND_BEFORE_ITEMS},
 };

@@ -83,10 +83,11 @@ int MsgDebug(CShell& shell, CWords& args, COptions& options, Text& result) {
     return row->handler(shell, rest, options, result);
 }
 
+// The words of MSG MAIN's mode and show (KVOCONSTANTS WINDOWMODE and WINDOWCOMMANDS).
 constexpr const wchar_t* kModeKeywords[] = {L"NOWINDOW", L"HIDDEN", L"VISIBLE", L"ENABLED", nullptr};
-const CKeywordTable kModeTable(kModeKeywords);
+CKeywordList g_windowModes(L"WINDOWMODE", kModeKeywords);
 constexpr const wchar_t* kShowKeywords[] = {L"MINIMIZED", L"RESTORED", L"MAXIMIZED", L"SHOW", nullptr};
-const CKeywordTable kShowTable(kShowKeywords);
+CKeywordList g_windowCommands(L"WINDOWCOMMANDS", kShowKeywords);
 
 // MSG MAIN mode? show? left? top? width? height? title?: '*' leaves a value.
 // The answer is the window's state with the given values over it, whether or
@@ -96,13 +97,13 @@ int MsgMain(CShell& shell, CWords& args, COptions&, Text& result) {
     SMainWindowState& given = order->state;
     const auto present = [&](size_t i) { return args.size() > i && args[i].text != L"*"; };
     if (present(0)) {
-        const int mode = kModeTable.Find(args[0].text, true);
+        const int mode = g_windowModes.FindIndex(args[0].text, true);
         if (mode < 0) return RC_BAD_ARG2;
         given.mode = kModeKeywords[mode];
         order->fields |= SMainWindowPayload::MODE;
     }
     if (present(1)) {
-        const int show = kShowTable.Find(args[1].text, true);
+        const int show = g_windowCommands.FindIndex(args[1].text, true);
         if (show < 0) return RC_BAD_ARG3;
         given.show = kShowKeywords[show];
         order->fields |= SMainWindowPayload::SHOW;
@@ -297,19 +298,15 @@ int ArgCommand(CShell& shell, CWords& args, COptions& options, int, Text& result
     return 0;
 }
 
+const CCommandRow kMsgRow{.name = L"MSG",
+                          .m_bOptions = true,
+                          .minArgs = 1,
+                          .resultVar = L"#MSG",
+                          .failText = L"*",
+                          .pSubcommands = &g_msg};
 const CCommandRow kShellRows[] = {
-    {.name = L"MSG",
-     .m_bOptions = true,
-     .minArgs = 1,
-     .resultVar = L"#MSG",
-     .failText = L"*",
-     .pSubcommands = &g_msg},
-    {.name = L"MESSAGE",
-     .m_bOptions = true,
-     .minArgs = 1,
-     .resultVar = L"#MSG",
-     .failText = L"*",
-     .pSubcommands = &g_msg},
+    kMsgRow,
+    Alias(kMsgRow, L"MESSAGE"),
     {.name = L"ARG", .handler = &ArgCommand, .m_bOptions = true},
 };
 
@@ -318,5 +315,7 @@ const CCommandRow kShellRows[] = {
 void RegisterShellCommands() {
     CSubcommandRegistry::Register(g_msg);
     CSubcommandRegistry::Register(g_debug);
+    CSubcommandRegistry::Register(g_windowModes);
+    CSubcommandRegistry::Register(g_windowCommands);
     CCommandRegistry::Register(kShellRows, std::size(kShellRows));
 }

@@ -439,11 +439,6 @@ int UniqueCommand(CShell&, CWords& args, COptions&, int, Text& result) {
 
 // --- Names ---------------------------------------------------------------------------------------
 
-constexpr const wchar_t* kNameTypes[] = {L"ITEM",  L"TABLEFIELD", L"SEGMENT", L"XMLATTRIBUTE",
-                                         L"XMLID", L"UNC",        nullptr};
-const CKeywordTable kNameTypeTable(kNameTypes);
-enum { NAME_ITEM, NAME_TABLEFIELD, NAME_SEGMENT, NAME_XMLATTRIBUTE, NAME_XMLID, NAME_UNC };
-
 bool AsciiLetter(wchar_t c) {
     return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
 }
@@ -471,25 +466,9 @@ bool NetworkName(const Text& path, Text& out) {
     return true;
 }
 
-int NameCommand(CShell&, CWords& args, COptions&, int, Text& result) {
-    const Text text = args.empty() ? Text() : args[0].text;
-    int type = NAME_ITEM;
-    if (args.size() > 1 && args[1].text != L"*") {
-        type = kNameTypeTable.Find(args[1].text, true);
-        if (type < 0) return RC_BAD_ARG2;
-    }
-    const bool fix = args.size() > 2 && args[2].text == L"1";
-    if (type == NAME_UNC) {
-        Text network;
-        if (NetworkName(text, network)) {
-            result = network;
-        } else {
-            result = fix ? text : Text();
-        }
-        return 0;
-    }
-    // Segment names and XML names also take the dot and the underscore.
-    const bool wide = type == NAME_SEGMENT || type == NAME_XMLATTRIBUTE || type == NAME_XMLID;
+// A name of letters and digits (no digit first); `wide` also takes the dot and
+// the underscore. Invalid: empty, or with `fix` each offending character an 'x'.
+void CheckName(const Text& text, bool wide, bool fix, Text& result) {
     Text name = text;
     bool valid = !name.empty();
     for (size_t i = 0; i < name.size(); ++i) {
@@ -505,6 +484,40 @@ int NameCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     } else {
         result = fix ? name : Text();
     }
+}
+
+// The types of NAME, one function each: items and table fields are plain names,
+// segment and XML names take the dot and the underscore, UNC asks the mounts.
+using NameHandler = void (*)(const Text& text, bool fix, Text& result);
+void NarrowName(const Text& text, bool fix, Text& result) {
+    CheckName(text, false, fix, result);
+}
+void WideName(const Text& text, bool fix, Text& result) {
+    CheckName(text, true, fix, result);
+}
+void UncName(const Text& text, bool fix, Text& result) {
+    Text network;
+    if (NetworkName(text, network)) {
+        result = network;
+    } else {
+        result = fix ? text : Text();
+    }
+}
+constexpr SSubcommand<NameHandler> kNameTypes[] = {
+    {L"ITEM", NarrowName},       {L"TABLEFIELD", NarrowName}, {L"SEGMENT", WideName},
+    {L"XMLATTRIBUTE", WideName}, {L"XMLID", WideName},        {L"UNC", UncName},
+};
+CSubcommandTable<NameHandler> g_nameTypes(L"NAMETYPES", kNameTypes);
+
+// NAME text type? check?
+int NameCommand(CShell&, CWords& args, COptions&, int, Text& result) {
+    const Text text = args.empty() ? Text() : args[0].text;
+    const SSubcommand<NameHandler>* type = &g_nameTypes[0];
+    if (args.size() > 1 && args[1].text != L"*") {
+        type = g_nameTypes.Find(args[1].text, true);
+        if (!type) return RC_BAD_ARG2;
+    }
+    type->handler(text, args.size() > 2 && args[2].text == L"1", result);
     return 0;
 }
 
@@ -528,5 +541,6 @@ constexpr CCommandRow kSystemRows[] = {
 } // namespace
 
 void RegisterSystemCommands() {
+    CSubcommandRegistry::Register(g_nameTypes);
     CCommandRegistry::Register(kSystemRows, std::size(kSystemRows));
 }

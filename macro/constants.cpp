@@ -9,7 +9,6 @@ namespace {
 
 static constexpr const wchar_t* kSpuMode[] = {L"EXIT",     L"STOP",     L"RUN",     L"TERMINATING",
                                               L"STOPPING", L"STARTING", L"WAITING", nullptr};
-static constexpr const wchar_t* kWindowMode[] = {L"NOWINDOW", L"HIDDEN", L"VISIBLE", L"ENABLED", nullptr};
 static constexpr const wchar_t* kColors[] = {
     L"BLACK",  L"BLUE",    L"GREEN",  L"CYAN",  L"RED",       L"MAGENTA", L"BROWN", L"GRAY", L"HLGRAY",
     L"HLBLUE", L"HLGREEN", L"HLCYAN", L"HLRED", L"HLMAGENTA", L"YELLOW",  L"WHITE", nullptr};
@@ -18,8 +17,6 @@ static constexpr const wchar_t* kWindowStyle[] = {L"F", L"D", L"M", nullptr};
 // Display kinds, each with its window class and icon.
 static constexpr const wchar_t* kIcons[] = {L"KVODefault", L"KVO",    L"Wave", L"SegmentDir",
                                             L"Dataset",    L"Viewer", nullptr};
-static constexpr const wchar_t* kWindowCommands[] = {L"MINIMIZED", L"RESTORED", L"MAXIMIZED", L"SHOW",
-                                                     nullptr};
 static constexpr const wchar_t* kDialogControls[] = {
     L"STATIC",   L"BUTTON", L"CHECKBOX", L"EDIT",        L"COMBOBOX", L"LISTBOX",  L"SLIDER",
     L"PROGRESS", L"SPIN",   L"GROUPBOX", L"RADIOBUTTON", L"LISTVIEW", L"TREEVIEW", nullptr};
@@ -27,11 +24,9 @@ static constexpr const wchar_t* kDialogCommand[] = {L"TITLE",       L"LAYOUT",  
                                                     L"SETPOPUP",    L"DELPOPUP", L"DELETEPOPUP",
                                                     L"CONTEXTMENU", L"FOCUS",    nullptr};
 static constexpr const wchar_t* kIp[] = {L"CONNECT", L"RESET", L"SEND", L"RECEIVE", nullptr};
-static constexpr const wchar_t* kInstance[] = {L"LOCK", L"UNLOCK", L"TRYLOCK", nullptr};
 static constexpr const wchar_t* kDdeConv[] = {L"POKE",       L"REQUEST", L"ADVISE",
                                               L"STOPADVISE", L"EXECUTE", nullptr};
 static constexpr const wchar_t* kDdeFormats[] = {L"TEXT", L"XLTABLE", L"CSV", L"UNICODETEXT", nullptr};
-static constexpr const wchar_t* kSwitch[] = {L"Off", L"On", nullptr};
 static constexpr const wchar_t* kSortDir[] = {L"Ascending", L"Descending", nullptr};
 static constexpr const wchar_t* kDisplay[] = {
     L"Height",   L"Width",    L"Axis",     L"Frame",       L"Markers",    L"Bgcolors",   L"Legend",
@@ -83,8 +78,6 @@ static constexpr const wchar_t* kDrawSymbol[] = {L"None",  L"Square",  L"Triangl
                                                  L"Cross", L"Diamond", nullptr};
 static constexpr const wchar_t* kLineStyle[] = {L"Solid", L"Dash", L"Dot", nullptr};
 static constexpr const wchar_t* kDcom[] = {L"INVOKEMETHOD", L"SETDATA", L"GETDATA", nullptr};
-static constexpr const wchar_t* kNameTypes[] = {L"ITEM",  L"TABLEFIELD", L"SEGMENT", L"XMLATTRIBUTE",
-                                                L"XMLID", L"UNC",        nullptr};
 // The system's fonts and the command table are answered by KVOCONSTANTS
 // itself. The program has no named images of its own (bitmaps, toolbar
 // buttons): those lists are empty.
@@ -96,11 +89,11 @@ static constexpr SConstantList kLists[] = {
     {L"LIST", nullptr},
     {L"MSG", nullptr},
     {L"SPUMODE", kSpuMode},
-    {L"WINDOWMODE", kWindowMode},
+    {L"WINDOWMODE", nullptr},
     {L"COLORS", kColors},
     {L"WINDOWSTYLE", kWindowStyle},
     {L"ICONS", kIcons},
-    {L"WINDOWCOMMANDS", kWindowCommands},
+    {L"WINDOWCOMMANDS", nullptr},
     {L"DIALOGCONTROLS", kDialogControls},
     {L"DIALOGCOMMAND", kDialogCommand},
     {L"VALUE", nullptr},
@@ -108,10 +101,10 @@ static constexpr SConstantList kLists[] = {
     {L"TABLE", nullptr},
     {L"FILE", nullptr},
     {L"IP", kIp},
-    {L"INSTANCE", kInstance},
+    {L"INSTANCE", nullptr},
     {L"DDECONV", kDdeConv},
     {L"DDEFORMATS", kDdeFormats},
-    {L"SWITCH", kSwitch},
+    {L"SWITCH", nullptr},
     {L"SORTDIR", kSortDir},
     {L"DISPLAY", kDisplay},
     {L"GRAPHTYPE", kGraphType},
@@ -129,7 +122,7 @@ static constexpr SConstantList kLists[] = {
     {L"LINESTYLE", kLineStyle},
     {L"FONTS", kNone},
     {L"DCOM", kDcom},
-    {L"NAMETYPES", kNameTypes},
+    {L"NAMETYPES", nullptr},
     {L"BITMAPS", kNone},
     {L"BUTTONS", kNone},
     {L"COMMANDS", kNone},

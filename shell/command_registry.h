@@ -49,6 +49,12 @@ struct CCommandRow {
     unsigned flags = 0; // COMMAND_...
 };
 
+// The same command under a second name (MESSAGE for MSG).
+constexpr CCommandRow Alias(CCommandRow row, const wchar_t* name) {
+    row.name = name;
+    return row;
+}
+
 class CCommandRegistry {
 public:
     // Rows live for the process (static tables); a name registered again replaces the row.

@@ -1,6 +1,6 @@
 #include "signal/wave_item.h"
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "expr/numeric_args.h"
 #include "items/value_item.h"
 #include "shell/message_codes.h"
@@ -20,11 +20,6 @@
 namespace {
 constexpr long long kEndless = 0x7FFFFFFF;
 
-constexpr const wchar_t* kStatusKeys[] = {
-    L"TYPE",     L"BEGIN",    L"LENGTH",    L"CHANNELS",   L"SRATE",      L"DEVICE",
-    L"POSITION", L"PROGRESS", L"INDEVICES", L"INSELECTED", L"OUTDEVICES", L"OUTSELECTED",
-    L"INCAPS",   L"OUTCAPS",  L"SIGNAL",    L"PLAYGAIN",   L"PLAYSRATE",  nullptr};
-const CKeywordTable kStatusTable(kStatusKeys);
 constexpr const wchar_t* kTypeWords[] = {L"?", L"Stream", L"Sequence", L"ADC", L"DAC"};
 
 // The code of a bad argument by its position after the item's name: 65 for the first.
@@ -198,6 +193,50 @@ int CWaveKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& arg
     return WaveSet(shell, static_cast<CWaveItem&>(item), args, options, result);
 }
 
+namespace {
+
+// What w[key] reads: the wave, its state in the audio engine, the devices.
+struct SWaveQuery {
+    CWaveItem& item;
+    CWaveObject* w;
+    long long position;
+    int progress;
+    double rate;
+};
+using WaveStatusHandler = Text (*)(SWaveQuery& q);
+
+// w[!SIGNAL]: the sections of a sequence, the file of a stream.
+Text WaveSignalStatus(SWaveQuery& q) {
+    if (auto* sequence = dynamic_cast<CSequenceWave*>(q.w))
+        return IntText(static_cast<long long>(sequence->Sections().size()));
+    if (auto* stream = dynamic_cast<CStreamWave*>(q.w)) return stream->File().Path();
+    return {};
+}
+
+// The keys by index or as !name, in the order of their numbers.
+constexpr SSubcommand<WaveStatusHandler> kWaveStatus[] = {
+    {L"TYPE", [](SWaveQuery& q) -> Text { return q.w ? kTypeWords[q.w->Kind()] : L""; }},
+    {L"BEGIN", [](SWaveQuery& q) { return IntText(q.w ? q.w->GetBegin() : 0); }},
+    {L"LENGTH", [](SWaveQuery& q) { return IntText(q.w ? q.w->GetFrames() : 0); }},
+    {L"CHANNELS", [](SWaveQuery& q) { return IntText(q.w ? q.w->GetChannels() : 0); }},
+    {L"SRATE", [](SWaveQuery& q) { return Format(L"%lg", q.rate); }},
+    {L"DEVICE", [](SWaveQuery& q) { return Format(L"%d %d", q.item.m_inDevice, q.item.m_outDevice); }},
+    {L"POSITION", [](SWaveQuery& q) { return IntText(q.position); }},
+    {L"PROGRESS", [](SWaveQuery& q) { return IntText(q.progress); }},
+    {L"INDEVICES", [](SWaveQuery& q) { return DeviceListText(true, q.item.m_inDevice); }},
+    {L"INSELECTED", [](SWaveQuery& q) { return IntText(q.item.m_inDevice); }},
+    {L"OUTDEVICES", [](SWaveQuery& q) { return DeviceListText(false, q.item.m_outDevice); }},
+    {L"OUTSELECTED", [](SWaveQuery& q) { return IntText(q.item.m_outDevice); }},
+    {L"INCAPS", [](SWaveQuery& q) { return DeviceCapsText(true, q.item.m_inDevice); }},
+    {L"OUTCAPS", [](SWaveQuery& q) { return DeviceCapsText(false, q.item.m_outDevice); }},
+    {L"SIGNAL", WaveSignalStatus},
+    {L"PLAYGAIN", [](SWaveQuery& q) { return Format(L"%lg", double(q.item.m_gain)); }},
+    {L"PLAYSRATE", [](SWaveQuery& q) { return Format(L"%lg", q.rate); }},
+};
+const CSubcommandTable<WaveStatusHandler> g_waveStatus(L"WAVE STATUS", kWaveStatus);
+
+} // namespace
+
 int CWaveKind::Status(CShell&, void* object, const std::vector<Text>& args, Text& out) {
     auto& item = *static_cast<CWaveItem*>(AsItem(object));
     CWaveObject* w = item.Wave();
@@ -223,68 +262,10 @@ int CWaveKind::Status(CShell&, void* object, const std::vector<Text>& args, Text
     }
     TextView key = args[0];
     if (!key.empty() && key[0] == L'!') key.remove_prefix(1);
-    const int index = kStatusTable.Find(key, true);
-    switch (index) {
-    case 0:
-        out = w ? kTypeWords[w->Kind()] : L"";
-        break;
-    case 1:
-        out = IntText(w ? w->GetBegin() : 0);
-        break;
-    case 2:
-        out = IntText(w ? w->GetFrames() : 0);
-        break;
-    case 3:
-        out = IntText(w ? w->GetChannels() : 0);
-        break;
-    case 4:
-        out = Format(L"%lg", rate);
-        break;
-    case 5:
-        out = Format(L"%d %d", item.m_inDevice, item.m_outDevice);
-        break;
-    case 6:
-        out = IntText(position);
-        break;
-    case 7:
-        out = IntText(progress);
-        break;
-    case 8:
-        out = DeviceListText(true, item.m_inDevice);
-        break;
-    case 9:
-        out = IntText(item.m_inDevice);
-        break;
-    case 10:
-        out = DeviceListText(false, item.m_outDevice);
-        break;
-    case 11:
-        out = IntText(item.m_outDevice);
-        break;
-    case 12:
-        out = DeviceCapsText(true, item.m_inDevice);
-        break;
-    case 13:
-        out = DeviceCapsText(false, item.m_outDevice);
-        break;
-    case 14: {
-        auto* sequence = dynamic_cast<CSequenceWave*>(w);
-        auto* stream = dynamic_cast<CStreamWave*>(w);
-        if (sequence)
-            out = IntText(static_cast<long long>(sequence->Sections().size()));
-        else if (stream)
-            out = stream->File().Path();
-        break;
-    }
-    case 15:
-        out = Format(L"%lg", double(item.m_gain));
-        break;
-    case 16:
-        out = Format(L"%lg", rate);
-        break;
-    default:
-        return RC_BAD_ARG2;
-    }
+    const auto* row = g_waveStatus.Find(key, true);
+    if (!row) return RC_BAD_ARG2;
+    SWaveQuery query{item, w, position, progress, rate};
+    out = row->handler(query);
     return 0;
 }
 
