@@ -26,6 +26,7 @@
 #include <cstring>
 #include <limits>
 
+#include "base/file_io.h"
 #include "items/shell_file.h"
 #include "shell/rc_codes.h"
 
@@ -39,28 +40,9 @@ bool KnownElement(uint32_t type) {
 
 // Reads up to `size` bytes at `offset`; the count read, or -1.
 long long ReadAt(int fd, long long offset, void* buffer, size_t size) {
-    size_t got = 0;
-    while (got < size) {
-        const ssize_t n =
-            ::pread(fd, static_cast<char*>(buffer) + got, size - got, offset + static_cast<long long>(got));
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return -1;
-        if (n == 0) break;
-        got += static_cast<size_t>(n);
-    }
-    return static_cast<long long>(got);
-}
-
-bool WriteAt(int fd, long long offset, const void* buffer, size_t size) {
-    size_t put = 0;
-    while (put < size) {
-        const ssize_t n = ::pwrite(fd, static_cast<const char*>(buffer) + put, size - put,
-                                   offset + static_cast<long long>(put));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        put += static_cast<size_t>(n);
-    }
-    return true;
+    int error = 0;
+    const long long got = ReadFullyAt(fd, offset, buffer, size, &error);
+    return error ? -1 : got;
 }
 
 uint32_t LittleWord(const unsigned char* p) {
@@ -272,7 +254,7 @@ int CShellFile::WriteRecord(long index, const SRecord& record, uint32_t element)
         PutLittleWord(header, element);
         PutLittleWord(header + 4, static_cast<uint32_t>(record.rows));
         PutLittleWord(header + 8, static_cast<uint32_t>(record.cols));
-        if (!WriteAt(m_fd, offset, header, kHeaderBytes)) return RC_RECORD_HEADER_WRITE_ERROR;
+        if (!WriteFullyAt(m_fd, offset, header, kHeaderBytes)) return RC_RECORD_HEADER_WRITE_ERROR;
         index = count;
     } else {
         int code = SeekRecord(index, offset, false);
@@ -288,7 +270,7 @@ int CShellFile::WriteRecord(long index, const SRecord& record, uint32_t element)
     }
     std::vector<unsigned char> bytes;
     EncodeElements(record.data, element, bytes);
-    if (!WriteAt(m_fd, offset + kHeaderBytes, bytes.data(), bytes.size())) return RC_BINARY_WRITE_ERROR;
+    if (!WriteFullyAt(m_fd, offset + kHeaderBytes, bytes.data(), bytes.size())) return RC_BINARY_WRITE_ERROR;
     DealtWith(index, element, record.rows, record.cols, offset);
     m_bRaw = false;
     ++m_nChanged;

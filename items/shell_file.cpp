@@ -1,5 +1,6 @@
 // The file item's names, attributes, opening and directory searches.
 #include "items/shell_file.h"
+#include "base/file_io.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -243,15 +244,10 @@ int CShellFile::Open(bool quiet) {
     if (!readWhole) return 0;
     if (st.st_size > INT_MAX) return RC_FILE_TOO_LARGE;
     std::string bytes(static_cast<size_t>(st.st_size), '\0');
-    size_t got = 0;
-    while (got < bytes.size()) {
-        const ssize_t n = ::read(m_fd, bytes.data() + got, bytes.size() - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return MapErrno(errno, quiet, fallback);
-        if (n == 0) break;
-        got += static_cast<size_t>(n);
-    }
-    bytes.resize(got);
+    int error = 0;
+    const long long got = ReadFully(m_fd, bytes.data(), bytes.size(), &error);
+    if (error) return MapErrno(error, quiet, fallback);
+    bytes.resize(static_cast<size_t>(got));
     Text text;
     if (!DecodeText(bytes.data(), bytes.size(), text)) return RC_BAD_BYTE_ORDER_MARK;
     if (type == FILE_TYPE_TEXT) {

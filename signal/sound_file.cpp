@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/file_io.h"
 #include "numeric/vector_kernels.h"
 #include "shell/rc_codes.h"
 #include "signal/sample_coding.h"
@@ -74,27 +75,11 @@ void CSoundFileHandle::Close() {
 }
 
 long long CSoundFileHandle::Read(uint64_t offset, void* buffer, size_t bytes) {
-    size_t done = 0;
-    auto* p = static_cast<uint8_t*>(buffer);
-    while (done < bytes) {
-        const ssize_t n = ::pread(m_fd, p + done, bytes - done, static_cast<off_t>(offset + done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        done += static_cast<size_t>(n);
-    }
-    return static_cast<long long>(done);
+    return ReadFullyAt(m_fd, static_cast<long long>(offset), buffer, bytes);
 }
 
 bool CSoundFileHandle::Write(uint64_t offset, const void* buffer, size_t bytes) {
-    size_t done = 0;
-    const auto* p = static_cast<const uint8_t*>(buffer);
-    while (done < bytes) {
-        const ssize_t n = ::pwrite(m_fd, p + done, bytes - done, static_cast<off_t>(offset + done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += static_cast<size_t>(n);
-    }
-    return true;
+    return WriteFullyAt(m_fd, static_cast<long long>(offset), buffer, bytes);
 }
 
 bool CSoundFileHandle::Truncate(uint64_t size) {
