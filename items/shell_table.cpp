@@ -154,13 +154,6 @@ void CShellTable::Describe(Text& out) {
     out = Format(L"CShellTable %p (%s), usage count %d", static_cast<void*>(this), word, m_nShare);
 }
 
-int CShellTable::FetchChanged(int bits) {
-    CItemSection hold(m_cs);
-    const int got = m_nChanged & bits;
-    m_nChanged &= ~bits;
-    return got;
-}
-
 // Fields -------------------------------------------------------------------------------------
 
 int CShellTable::DefineField(int index, int type, TextView name) {

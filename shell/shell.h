@@ -51,8 +51,6 @@ public:
 
     bool StartThread();
     void Resume() { m_resume.Set(); }
-    // True on the shell's own thread.
-    bool OnThread() const { return m_thread.IsCurrent(); }
     int State() const { return m_state.load(); }
     void SetState(int state) { m_state.store(state); }
     // Set when the thread has ended.

@@ -81,7 +81,6 @@ public:
 
     int Flags() const { return m_flags; }
     int Coding() const { return m_flags & SFIO_CODING_MASK; }
-    int BytesPerSample() const { return m_bytesPerSample; }
     int Channels() const { return m_channels; }
     long long First() const { return m_first; }
     long long End() const { return m_end; }
