@@ -2,9 +2,9 @@
 // the tables of dropped files and printed matrices, the internal-error report.
 // What a macro does with tables is tested by tests/table_commands.kvs.
 #include "items/table_kind.h"
-#include "testsupport/macro_fixture.h"
 #include "numeric/matrix.h"
 #include "shell/options.h"
+#include "testsupport/macro_fixture.h"
 
 namespace {
 
