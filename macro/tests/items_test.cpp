@@ -6,8 +6,8 @@
 #include "items/shell_item.h"
 #include "macro/compiler.h"
 #include "macro/register.h"
-#include "testsupport/macro_fixture.h"
 #include "shell/options.h"
+#include "testsupport/macro_fixture.h"
 
 namespace {
 
