@@ -190,7 +190,6 @@ private:
     void WritePositionMap();
     SXMLCursor* FindPosition(TextView name);
     int SearchFrom(int start, bool first);
-    int SchemaStatus(int which, const CWords& args, Text& out);
 
     CXMLDoc m_doc;
     std::unique_ptr<CXDTSchema> m_schema;
