@@ -51,6 +51,9 @@ public:
     std::vector<Text> Keywords() const { return {m_keywords.begin(), m_keywords.end()}; }
     // The index of the row a word selects, or -1.
     int FindIndex(TextView word, bool allowNumber) const { return m_lookup.Find(word, allowNumber); }
+    // The index of the row whose keyword is the whole word (ignoring case), or -1:
+    // for words that are keywords only in full (a program's name may follow).
+    int FindExactIndex(TextView word) const { return m_lookup.FindExact(word); }
 
 protected:
     void SetKeywords(std::vector<const wchar_t*> keywords) {
@@ -89,6 +92,10 @@ public:
     // The row a word selects, or null.
     const Row* Find(TextView word, bool allowNumber = false) const {
         const int index = FindIndex(word, allowNumber);
+        return index < 0 ? nullptr : &m_rows[static_cast<size_t>(index)];
+    }
+    const Row* FindExact(TextView word) const {
+        const int index = FindExactIndex(word);
         return index < 0 ? nullptr : &m_rows[static_cast<size_t>(index)];
     }
     const Row& operator[](size_t index) const { return m_rows[index]; }

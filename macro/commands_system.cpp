@@ -120,6 +120,45 @@ bool MakeDirectory(const Text& path) {
     return !ec && fs::is_directory(p, ec);
 }
 
+// The words SYSTEM takes in full before a program's name; the words behind each.
+using SystemWordHandler = int (*)(CWords& args, bool silent);
+using SSystemWord = SSubcommand<SystemWordHandler>;
+
+// OPEN target: the desktop's opener.
+int SystemOpen(CWords& args, bool) {
+    const pid_t pid = Spawn({"xdg-open", ToUtf8(args[0].text)});
+    if (pid < 0) return RC_SYSTEM_CALL_FAILED;
+    ReapLater(pid);
+    return 0;
+}
+
+// HELP file topic, HELP CLOSE: the help file in the desktop's viewer.
+int SystemHelp(CWords& args, bool silent) {
+    if (EqualNoCase(args[0].text, L"CLOSE")) return 0;
+    std::error_code ec;
+    if (!fs::is_regular_file(fs::path(ToUtf8(args[0].text)), ec)) return Silent(RC_NO_SUCH_HELPFILE, silent);
+    const pid_t pid = Spawn({"xdg-open", ToUtf8(args[0].text)});
+    if (pid < 0) return Silent(RC_NO_SUCH_HELPFILE, silent);
+    ReapLater(pid);
+    return 0;
+}
+
+int SystemMkdir(CWords& args, bool silent) {
+    return MakeDirectory(args[0].text) ? 0 : Silent(RC_BAD_PATH, silent);
+}
+
+int SystemRmdir(CWords& args, bool silent) {
+    return ::rmdir(ToUtf8(args[0].text).c_str()) == 0 ? 0 : Silent(RC_BAD_PATH, silent);
+}
+
+constexpr SSystemWord kSystemWords[] = {
+    {L"OPEN", SystemOpen, 1},
+    {L"HELP", SystemHelp, 1},
+    {L"MKDIR", SystemMkdir, 1},
+    {L"RMDIR", SystemRmdir, 1},
+};
+const CSubcommandTable<SystemWordHandler> g_systemWords(L"SYSTEM", kSystemWords);
+
 int SystemCommand(CShell& shell, CWords& args, COptions&, int selector, Text&) {
     const bool wait = selector == SYS_WAIT || selector == SYS_CALL_WAIT;
     const bool silent = selector >= SYS_CALL_WAIT;
@@ -136,30 +175,10 @@ int SystemCommand(CShell& shell, CWords& args, COptions&, int selector, Text&) {
         }
         return 0;
     }
-    const Text& first = args[0].text;
-    if (EqualNoCase(first, L"OPEN")) {
-        if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
-        const pid_t pid = Spawn({"xdg-open", ToUtf8(args[1].text)});
-        if (pid < 0) return RC_SYSTEM_CALL_FAILED;
-        ReapLater(pid);
-        return 0;
-    }
-    if (EqualNoCase(first, L"HELP")) {
-        if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
-        if (EqualNoCase(args[1].text, L"CLOSE")) return 0;
-        std::error_code ec;
-        if (!fs::is_regular_file(fs::path(ToUtf8(args[1].text)), ec))
-            return Silent(RC_NO_SUCH_HELPFILE, silent);
-        const pid_t pid = Spawn({"xdg-open", ToUtf8(args[1].text)});
-        if (pid < 0) return Silent(RC_NO_SUCH_HELPFILE, silent);
-        ReapLater(pid);
-        return 0;
-    }
-    if (EqualNoCase(first, L"MKDIR") || EqualNoCase(first, L"RMDIR")) {
-        if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
-        const bool ok = EqualNoCase(first, L"MKDIR") ? MakeDirectory(args[1].text)
-                                                     : ::rmdir(ToUtf8(args[1].text).c_str()) == 0;
-        return ok ? 0 : (Silent(RC_BAD_PATH, silent));
+    if (const SSystemWord* row = g_systemWords.FindExact(args[0].text)) {
+        CWords rest(args.begin() + 1, args.end());
+        if (static_cast<int>(rest.size()) < row->minArgs) return RC_TOO_FEW_ARGUMENTS;
+        return row->handler(rest, silent);
     }
     std::vector<std::string> words;
     for (const SWord& w : args) words.push_back(ToUtf8(w.text));
