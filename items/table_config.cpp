@@ -14,11 +14,6 @@
 
 namespace {
 
-static constexpr const wchar_t* kTypeWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
-const CKeywordTable kTypes(kTypeWords);
-static constexpr const wchar_t* kDirectionWords[] = {L"Ascending", L"Descending", nullptr};
-const CKeywordTable kDirections(kDirectionWords);
-
 bool Keep(const CWords& args, size_t k) {
     return k >= args.size() || args[k].text.empty() || args[k].text == L"*";
 }
@@ -73,7 +68,7 @@ int TableDefine(STableSet& c) {
         return RC_BAD_TABLE_INDEX;
     }
     if (index < 0) return RC_NEGATIVE_FIELD_INDEX;
-    const int type = kTypes.Find(args[1].text, true);
+    const int type = FieldTypeWords().FindIndex(args[1].text, true);
     if (type < 0) return RC_BAD_FIELD_TYPE;
     long long count = 1;
     if (args.size() > 3 && !EvalInteger(args[3].text, count)) return RC_BAD_FIELD_REPETITION;
@@ -221,7 +216,7 @@ int TableSort(STableSet& c) {
             t.ReverseRows();
             return 0;
         }
-        const int dir = kDirections.Find(args[0].text, true);
+        const int dir = SortDirections().FindIndex(args[0].text, true);
         if (dir < 0) return RC_INVALID_ARGUMENT;
         keys.emplace_back(0, dir);
         return t.Sort(keys, caseSensitive);
@@ -230,7 +225,7 @@ int TableSort(STableSet& c) {
     for (size_t k = 0; k + 1 < args.size(); k += 2) {
         const int field = t.FindField(args[k].text);
         if (field < 0) return RC_NO_SUCH_FIELD;
-        const int dir = kDirections.Find(args[k + 1].text, true);
+        const int dir = SortDirections().FindIndex(args[k + 1].text, true);
         if (dir < 0) return RC_INVALID_ARGUMENT;
         keys.emplace_back(field, dir);
     }

@@ -13,9 +13,6 @@
 
 namespace {
 
-static constexpr const wchar_t* kFieldTypeWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
-const CKeywordTable kFieldTypes(kFieldTypeWords);
-
 // /I= and /N=: 0 when absent, -110 or -111 on a bad option.
 long SizeOption(const COptions& options, const wchar_t* letters) {
     const SOption* o = FindOption(options, letters);
@@ -47,7 +44,7 @@ int ParseDefinition(const Text& text, bool parameter, SFieldDefinition& def) {
     const size_t c2 = text.find(L':', c1 + 1);
     const Text type = text.substr(c1 + 1, c2 == Text::npos ? Text::npos : c2 - c1 - 1);
     if (!type.empty()) {
-        const int k = kFieldTypes.Find(type, true);
+        const int k = FieldTypeWords().FindIndex(type, true);
         if (k < 0) return RC_BAD_FIELD_TYPE;
         def.type = k + 1;
     }
@@ -382,6 +379,22 @@ int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Tex
 
 } // namespace
 
+const CKeywordList& FieldTypeWords() {
+    static constexpr const wchar_t* kWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
+    static const CKeywordList list(L"FIELDTYPES", kWords);
+    return list;
+}
+
+CKeywordList& SortDirectionList() {
+    static constexpr const wchar_t* kWords[] = {L"Ascending", L"Descending", nullptr};
+    static CKeywordList list(L"SORTDIR", kWords);
+    return list;
+}
+
+const CKeywordList& SortDirections() {
+    return SortDirectionList();
+}
+
 int CTableKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
                         Text& result) {
     auto& t = static_cast<CShellTable&>(item);
@@ -441,5 +454,6 @@ CTableKind g_tableKind;
 void RegisterTables() {
     CItemKindRegistry::Register(&g_tableKind);
     CSubcommandRegistry::Register(g_tableSet);
+    CSubcommandRegistry::Register(SortDirectionList());
     RegisterTableCommands();
 }

@@ -42,6 +42,11 @@ int TableSort(STableSet& c);
 int TableCopy(STableSet& c);
 int TableClipboard(STableSet& c);
 
+// The words of a field's type in NEW TABLE and SET t DEFINE: the index plus 1
+// is the FIELD_ type. And the directions of SET t SORT (KVOCONSTANTS SORTDIR).
+const CKeywordList& FieldTypeWords();
+const CKeywordList& SortDirections();
+
 // The real row for a row number a macro gives, appending rows up to it (tagged ones in a
 // ranged table, so that they are visible); -1 when rows cannot be added.
 long EnsureTableRow(CShellTable& t, long index, bool real);

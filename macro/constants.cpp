@@ -27,7 +27,6 @@ static constexpr const wchar_t* kIp[] = {L"CONNECT", L"RESET", L"SEND", L"RECEIV
 static constexpr const wchar_t* kDdeConv[] = {L"POKE",       L"REQUEST", L"ADVISE",
                                               L"STOPADVISE", L"EXECUTE", nullptr};
 static constexpr const wchar_t* kDdeFormats[] = {L"TEXT", L"XLTABLE", L"CSV", L"UNICODETEXT", nullptr};
-static constexpr const wchar_t* kSortDir[] = {L"Ascending", L"Descending", nullptr};
 static constexpr const wchar_t* kDisplay[] = {
     L"Height",   L"Width",    L"Axis",     L"Frame",       L"Markers",    L"Bgcolors",   L"Legend",
     L"Title",    L"Print",    L"Graph",    L"AddToolBar",  L"SetToolBar", L"DelToolBar", L"DeleteToolBar",
@@ -105,7 +104,7 @@ static constexpr SConstantList kLists[] = {
     {L"DDECONV", kDdeConv},
     {L"DDEFORMATS", kDdeFormats},
     {L"SWITCH", nullptr},
-    {L"SORTDIR", kSortDir},
+    {L"SORTDIR", nullptr},
     {L"DISPLAY", kDisplay},
     {L"GRAPHTYPE", kGraphType},
     {L"GRAPH", kGraph},
