@@ -11,7 +11,6 @@ class CConsoleLine : public QLineEdit {
 
 public:
     explicit CConsoleLine(QWidget* parent = nullptr);
-    const QStringList& History() const { return m_history; }
 
 signals:
     void LineEntered(const QString& line);

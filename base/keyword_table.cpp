@@ -16,10 +16,16 @@ void CKeywordTable::SetIntegerEvaluator(IntegerEvaluator evaluator) {
 }
 
 CKeywordTable::CKeywordTable(const wchar_t* const* words) {
-    for (; words && *words; ++words) {
-        m_words.push_back(*words);
-        m_lengths.push_back(std::wcslen(*words));
-    }
+    for (; words && *words; ++words) m_words.push_back(*words);
+    Index();
+}
+
+CKeywordTable::CKeywordTable(std::span<const wchar_t* const> words) : m_words(words.begin(), words.end()) {
+    Index();
+}
+
+void CKeywordTable::Index() {
+    for (const wchar_t* word : m_words) m_lengths.push_back(std::wcslen(word));
     m_byLength.resize(m_words.size());
     for (size_t i = 0; i < m_words.size(); ++i) m_byLength[i] = static_cast<int>(i);
     std::stable_sort(m_byLength.begin(), m_byLength.end(),

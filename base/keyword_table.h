@@ -4,6 +4,7 @@
 // declared order. Results are indices in declared order.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "base/text.h"
@@ -12,6 +13,8 @@ class CKeywordTable {
 public:
     // `words`: a null-ended array of keywords (at most 127 characters each).
     explicit CKeywordTable(const wchar_t* const* words);
+    // `words`: the keywords in declared order, no terminating null.
+    explicit CKeywordTable(std::span<const wchar_t* const> words);
 
     // Exact match ignoring case; -1 when none.
     int FindExact(TextView word) const;
@@ -29,6 +32,8 @@ public:
     static void SetIntegerEvaluator(IntegerEvaluator evaluator);
 
 private:
+    void Index();
+
     std::vector<const wchar_t*> m_words; // declared order
     std::vector<size_t> m_lengths;       // per declared entry
     std::vector<int> m_byLength;         // declared indices sorted by length (stable)

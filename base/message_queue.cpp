@@ -48,11 +48,6 @@ void CMessageQueue::Close() {
     m_ready.notify_all();
 }
 
-void CMessageQueue::Reopen() {
-    std::lock_guard lock(m_mutex);
-    m_closed = false;
-}
-
 bool CMessageQueue::Closed() const {
     std::lock_guard lock(m_mutex);
     return m_closed;

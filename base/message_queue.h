@@ -43,7 +43,6 @@ public:
     bool ReceiveFor(SMessage& out, unsigned milliseconds);
     // Refuse further posts and wake a blocked receiver; waiting messages stay.
     void Close();
-    void Reopen();
     bool Closed() const;
     size_t Size() const;
     void Clear();

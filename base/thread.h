@@ -15,7 +15,6 @@ public:
     // False when the system refuses the thread.
     bool Start(std::function<void()> body, size_t stackBytes = 0);
     void Join();
-    bool Joinable() const { return m_started; }
     // True on the thread itself.
     bool IsCurrent() const;
 

@@ -10,14 +10,10 @@
 #include "expr/register_expr.h"
 #include "shell/command_registry.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 
 namespace {
-
-constexpr int kNotExecuted = 7; // "command error - not/partially executed"
-constexpr int kNotExpression = 299;
-constexpr int kNotNumerical = 152;
-constexpr int kNoUniqueName = 265;
 
 // Selectors: EVAL and the checking form, which reports every failure as 299.
 enum { EVAL_PLAIN, EVAL_CHECK };
@@ -25,16 +21,16 @@ enum { EVAL_PLAIN, EVAL_CHECK };
 int EvalCommand(CShell& shell, CWords& args, COptions&, int selector, Text& result) {
     const bool check = selector == EVAL_CHECK;
     result.clear();
-    if (args.empty()) return check ? kNotExpression : 2;
+    if (args.empty()) return check ? RC_NOT_AN_EXPRESSION : RC_TOO_FEW_ARGUMENTS;
     CExEval eval(&shell);
     eval.SetExpression(JoinWords(args));
     if (!eval.Evaluate()) {
-        if (check) return kNotExpression;
-        return eval.GetError() ? eval.GetError() : kNotExecuted;
+        if (check) return RC_NOT_AN_EXPRESSION;
+        return eval.GetError() ? eval.GetError() : RC_COMMAND_ERROR;
     }
     if (!NewNumberObject(shell, eval.TakeResult(), result)) {
         result.clear();
-        return check ? kNotExpression : kNoUniqueName;
+        return check ? RC_NOT_AN_EXPRESSION : RC_CANNOT_CREATE_NAME;
     }
     return 0;
 }
@@ -44,13 +40,13 @@ int NumberCommand(CShell&, CWords& args, COptions&, int selector, Text& result) 
     const bool check = (selector & 2) != 0;
     const wchar_t* format = (selector & 1) ? L"%.20lg" : L"%d";
     result.clear();
-    if (args.empty()) return check ? kNotExpression : 2;
+    if (args.empty()) return check ? RC_NOT_AN_EXPRESSION : RC_TOO_FEW_ARGUMENTS;
     const Text number = JoinWords(args);
     int error = 0;
     if (!FormatText(1, &number, format, result, error)) {
         result.clear();
-        if (check) return kNotExpression;
-        return error == 122 ? kNotNumerical : kNotExecuted;
+        if (check) return RC_NOT_AN_EXPRESSION;
+        return error == RC_FORMAT_BAD_LENGTH ? RC_NUMBER_EXPECTED : RC_COMMAND_ERROR;
     }
     return 0;
 }
@@ -58,7 +54,7 @@ int NumberCommand(CShell&, CWords& args, COptions&, int selector, Text& result) 
 // The text built up to an error stays the result, beside the code.
 int FormatCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     result.clear();
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     std::vector<Text> texts;
     texts.reserve(args.size() - 1);
     for (size_t i = 1; i < args.size(); ++i) texts.push_back(args[i].text);

@@ -30,7 +30,7 @@ bool IsDigit(wchar_t c) {
 
 // "first argument must be an l-value" ... "eighth ...", then one text for all others.
 int LValueCode(int index) {
-    return index < 8 ? 36 + index : 44;
+    return index < 8 ? RC_ARG1_NOT_LVALUE + index : RC_ARGUMENT_NOT_LVALUE;
 }
 
 } // namespace
@@ -64,7 +64,7 @@ bool CExEval::Evaluate() {
     } catch (const std::bad_alloc&) {
         ok = Fail(EX_ERR_MEMORY);
     } catch (...) {
-        ok = Fail(18); // "does not compute"
+        ok = Fail(RC_DOES_NOT_COMPUTE); // "does not compute"
     }
     if (ok) {
         SkipBlank();
@@ -135,7 +135,7 @@ bool CExEval::Conditional(Matrix& value, LValue* lvalue) {
     Matrix yes;
     if (!LogicalOr(yes, nullptr)) return false;
     SkipBlank();
-    if (*m_p != L':') return Fail(161);
+    if (*m_p != L':') return Fail(RC_COLON_EXPECTED);
     ++m_p;
     Matrix no;
     if (!LogicalOr(no, nullptr)) return false;
@@ -154,7 +154,7 @@ bool CExEval::LogicalOr(Matrix& value, LValue* lvalue) {
         if (lvalue) lvalue->clear();
         Matrix right;
         if (!LogicalAnd(right, nullptr)) return false;
-        if (marked || !numeric::Or(value, right)) return Fail(355);
+        if (marked || !numeric::Or(value, right)) return Fail(RC_LOGICAL_OR_DOES_NOT_COMPUTE);
     }
 }
 
@@ -167,7 +167,7 @@ bool CExEval::LogicalAnd(Matrix& value, LValue* lvalue) {
         if (lvalue) lvalue->clear();
         Matrix right;
         if (!Relation(right, nullptr)) return false;
-        if (marked || !numeric::And(value, right)) return Fail(354);
+        if (marked || !numeric::And(value, right)) return Fail(RC_LOGICAL_AND_DOES_NOT_COMPUTE);
     }
 }
 
@@ -183,23 +183,23 @@ bool CExEval::Relation(Matrix& value, LValue* lvalue) {
         int length = 2;
         if (a == L'=' && b == L'=') {
             relation = numeric::Relation::Equal;
-            code = 356;
+            code = RC_EQUALITY_DOES_NOT_COMPUTE;
         } else if ((a == L'<' && b == L'>') || (a == L'!' && b == L'=')) {
             relation = numeric::Relation::NotEqual;
-            code = 357;
+            code = RC_UNEQUALITY_DOES_NOT_COMPUTE;
         } else if (a == L'<' && b == L'=') {
             relation = numeric::Relation::LessEqual;
-            code = 361;
+            code = RC_LESS_EQUAL_DOES_NOT_COMPUTE;
         } else if (a == L'>' && b == L'=') {
             relation = numeric::Relation::GreaterEqual;
-            code = 360;
+            code = RC_GREATER_EQUAL_DOES_NOT_COMPUTE;
         } else if (a == L'<') {
             relation = numeric::Relation::Less;
-            code = 359;
+            code = RC_LESSNESS_DOES_NOT_COMPUTE;
             length = 1;
         } else if (a == L'>') {
             relation = numeric::Relation::Greater;
-            code = 358;
+            code = RC_GREATERNESS_DOES_NOT_COMPUTE;
             length = 1;
         } else {
             return Unmark(marked);
@@ -223,7 +223,7 @@ bool CExEval::Sum(Matrix& value, LValue* lvalue) {
         Matrix right;
         if (!Product(right, nullptr)) return false;
         if (op == L'+' ? !numeric::Add(value, right) : !numeric::Subtract(value, right))
-            return Fail(op == L'+' ? 19 : 20);
+            return Fail(op == L'+' ? RC_ADDITION_DOES_NOT_COMPUTE : RC_SUBTRACTION_DOES_NOT_COMPUTE);
     }
 }
 
@@ -242,17 +242,17 @@ bool CExEval::Product(Matrix& value, LValue* lvalue) {
         switch (op) {
         case L'*':
             if (!(marked ? numeric::MultiplyElements(value, right) : numeric::Multiply(value, right)))
-                return Fail(21);
+                return Fail(RC_MULTIPLICATION_DOES_NOT_COMPUTE);
             break;
         case L'/':
             if (!(marked ? numeric::DivideElements(value, right) : numeric::Divide(value, right)))
-                return Fail(22);
+                return Fail(RC_DIVISION_DOES_NOT_COMPUTE);
             break;
         case L'%':
-            if (!numeric::Modulus(value, right)) return Fail(23);
+            if (!numeric::Modulus(value, right)) return Fail(RC_MODULUS_DOES_NOT_COMPUTE);
             break;
         default:
-            return Fail(35);
+            return Fail(RC_DOT_EXPRESSION_EXPECTED);
         }
     }
 }
@@ -267,7 +267,8 @@ bool CExEval::Power(Matrix& value, LValue* lvalue) {
         if (lvalue) lvalue->clear();
         Matrix right;
         if (!Primary(right, nullptr)) return false;
-        if (!(marked ? numeric::PowerElements(value, right) : numeric::Power(value, right))) return Fail(24);
+        if (!(marked ? numeric::PowerElements(value, right) : numeric::Power(value, right)))
+            return Fail(RC_POWER_DOES_NOT_COMPUTE);
     }
 }
 
@@ -282,7 +283,7 @@ bool CExEval::Primary(Matrix& value, LValue* lvalue) {
         ++m_p;
         if (!Conditional(value, lvalue)) return false;
         SkipBlank();
-        if (*m_p != L')') return Fail(28);
+        if (*m_p != L')') return Fail(RC_CLOSED_BRACKET_EXPECTED);
         ++m_p;
         return true;
     }
@@ -292,7 +293,7 @@ bool CExEval::Primary(Matrix& value, LValue* lvalue) {
         if (lvalue) lvalue->clear();
         if (!Conditional(value, nullptr)) return false;
         SkipBlank();
-        if (*m_p != L'|') return Fail(27);
+        if (*m_p != L'|') return Fail(RC_BAR_EXPECTED);
         ++m_p;
         // A shape without a magnitude leaves an empty value, which fails at
         // the next operator or at the end.
@@ -303,13 +304,13 @@ bool CExEval::Primary(Matrix& value, LValue* lvalue) {
         ++m_p;
         if (lvalue) lvalue->clear();
         if (!Primary(value, nullptr)) return false;
-        return numeric::Negate(value) || Fail(25);
+        return numeric::Negate(value) || Fail(RC_NEGATION_DOES_NOT_COMPUTE);
     }
     if (c == L'!' && m_p[1] != L'=') {
         ++m_p;
         if (lvalue) lvalue->clear();
         if (!Primary(value, nullptr)) return false;
-        return numeric::Not(value) || Fail(353);
+        return numeric::Not(value) || Fail(RC_LOGICAL_NOT_DOES_NOT_COMPUTE);
     }
     if (IsDigit(c) || (c == L'.' && IsDigit(m_p[1]))) {
         // Decimal only: the C library would also take "0x1A" as hexadecimal.
@@ -325,8 +326,8 @@ bool CExEval::Primary(Matrix& value, LValue* lvalue) {
         value.SetScalar(number);
         return true;
     }
-    if (c == L'\0') return Fail(34);
-    if (!IsLetter(c)) return Fail(300);
+    if (c == L'\0') return Fail(RC_UNEXPECTED_END_OF_EXPRESSION);
+    if (!IsLetter(c)) return Fail(RC_TERMINAL_OR_BRACKET_EXPECTED);
     return Name(m_p, value, lvalue);
 }
 
@@ -369,7 +370,7 @@ bool CExEval::Name(const wchar_t* start, Matrix& value, LValue* lvalue) {
     const wchar_t* last = start + 1;
     while (IsLetter(*last) || IsDigit(*last)) ++last;
     const SExFunction* function = FindFunction(TextView(start, static_cast<size_t>(last - start)));
-    if (!function || !function->function) return Fail(32);
+    if (!function || !function->function) return Fail(RC_BAD_FUNCTION_NAME);
     m_p = last;
     if (lvalue) lvalue->clear();
     return Call(*function, value);
@@ -405,7 +406,7 @@ bool CExEval::Call(const SExFunction& function, Matrix& value) {
             ++m_p;
         } else {
             for (;;) {
-                if (argc >= capacity) return Fail(3);
+                if (argc >= capacity) return Fail(RC_TOO_MANY_ARGUMENTS);
                 if (!Conditional(slots[argc], &names[argc])) return false;
                 ++argc;
                 SkipBlank();
@@ -413,13 +414,13 @@ bool CExEval::Call(const SExFunction& function, Matrix& value) {
                     ++m_p;
                     break;
                 }
-                if (*m_p != L',') return Fail(213);
+                if (*m_p != L',') return Fail(RC_COMMA_EXPECTED);
                 ++m_p;
             }
         }
     }
-    if (argc < function.minArgs) return Fail(2);
-    if (argc > capacity) return Fail(3);
+    if (argc < function.minArgs) return Fail(RC_TOO_FEW_ARGUMENTS);
+    if (argc > capacity) return Fail(RC_TOO_MANY_ARGUMENTS);
     Matrix* pointers[kMaxSlots];
     for (int i = 0; i < argc; ++i) {
         if (i < 64 && ((function.outputArgs >> i) & 1u) && names[i].empty()) return Fail(LValueCode(i));
@@ -429,7 +430,7 @@ bool CExEval::Call(const SExFunction& function, Matrix& value) {
     value.Clear();
     if (!function.function(argc, pointers, value)) {
         value.Clear();
-        return Fail(33);
+        return Fail(RC_EVAL_FUNCTION_FAILED);
     }
     return WriteBack(argc, pointers, names);
 }
@@ -446,13 +447,13 @@ bool CExEval::WriteBack(int argc, Matrix* const* slots, const LValue* lvalues) {
         any = true;
     }
     if (!any) return true;
-    if (!m_shell) return Fail(26);
+    if (!m_shell) return Fail(RC_INTERNAL_PARSER_ERROR);
     for (int i = 0; i < argc; ++i) {
         if (!slots[i]->Changed()) continue;
         CShell::ItemEntry* e = m_shell->FindItem(lvalues[i]);
         CItemKind* kind = e ? CItemKindRegistry::Find(ItemKindOf(e->user)) : nullptr;
         void* object = kind ? kind->NewFromMatrix(*m_shell, *slots[i]) : nullptr;
-        if (!object) return Fail(26);
+        if (!object) return Fail(RC_INTERNAL_PARSER_ERROR);
         const Text name = e->key;
         const uint32_t flags = e->user;
         m_shell->RemoveItem(e, true);

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "expr/ex_functions_internal.h"
+#include "shell/rc_codes.h"
 
 namespace {
 

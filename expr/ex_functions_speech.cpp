@@ -8,6 +8,7 @@
 
 #include "expr/ex_functions_internal.h"
 #include "numeric/fft.h"
+#include "numeric/pitch_tracker.h"
 #include "numeric/vector_kernels.h"
 
 using namespace exfn;
@@ -47,15 +48,6 @@ bool Laguerre(const std::vector<Complex>& a, Complex& x) {
     }
     return false;
 }
-
-// Hann window and its autocorrelation, the parts of F0AC that depend only on the frame size.
-struct F0Frame {
-    std::vector<double> window, windowCorrelation;
-};
-
-struct Candidate {
-    double frequency = 0, strength = 0;
-};
 
 // Subtracts the moving mean over 2 half + 1 places (cut at the ends) from y.
 void RemoveTrend(std::vector<double>& y, int half) {
@@ -152,158 +144,30 @@ EXFN(FORMANTS) {
 
 // F0AC(x, rate [, minPitch 75, maxPitch 600, dt, periodsPerWindow 3, candidates 15,
 // silence 0.03, voicing 0.45, octaveCost 0.01, octaveJumpCost 0.35, voicedUnvoicedCost 0.14]):
-// the autocorrelation pitch tracker of the F0AC atom: Hann-windowed frames of
-// periodsPerWindow / minPitch seconds every dt seconds (default a quarter frame), the frame's
-// autocorrelation divided by the window's, peaks with parabolic refinement as candidates, and
-// the cheapest path through them. Unlike the atom, a frame's mean is its own, a full candidate
-// list takes a stronger newcomer, and silent frames also advance the time. Result: one row
-// per frame of (F0 in Hz, 0 when unvoiced; centre sample).
+// the autocorrelation pitch tracker (numeric::CPitchTracker), which the F0AC atom uses too;
+// an optional argument that is no number keeps the default. Result: one row per frame of
+// (F0 in Hz, 0 when unvoiced; centre sample).
 EXFN(F0AC) {
     double rate;
     if (argc > 12 || !Given(argc, args, 0) || !args[0]->IsVector() || !ScalarArg(argc, args, 1, rate) ||
         !(rate > 0))
         return false;
-    const double minPitch = OptionalScalar(argc, args, 2, 75.0);
-    double maxPitch = OptionalScalar(argc, args, 3, 600.0);
-    double dt = OptionalScalar(argc, args, 4, 0.0);
-    const double periods = OptionalScalar(argc, args, 5, 3.0);
-    const long long maxCandidates = OptionalInteger(argc, args, 6, 15);
-    const double silence = OptionalScalar(argc, args, 7, 0.03);
-    const double voicing = OptionalScalar(argc, args, 8, 0.45);
-    const double octaveCost = OptionalScalar(argc, args, 9, 0.01);
-    const double octaveJumpCost = OptionalScalar(argc, args, 10, 0.35);
-    const double voicedUnvoicedCost = OptionalScalar(argc, args, 11, 0.14);
-    if (!(minPitch > 0) || !(maxPitch > minPitch) || !(periods > 0) || maxCandidates < 2 || silence < 0 ||
-        voicing < 0 || octaveCost < 0 || octaveJumpCost < 0 || voicedUnvoicedCost < 0)
-        return false;
-    maxPitch = std::min(maxPitch, 0.5 * rate);
-    if (!(dt > 0)) dt = 0.25 * periods / minPitch;
+    numeric::CPitchTracker tracker;
+    const auto parameters = numeric::CPitchTracker::Parameters();
+    for (size_t i = 0; i < parameters.size(); ++i) {
+        const int at = static_cast<int>(i) + 2;
+        const double value =
+            parameters[i].integer
+                ? double(OptionalInteger(argc, args, at, static_cast<long long>(parameters[i].defaultValue)))
+                : OptionalScalar(argc, args, at, parameters[i].defaultValue);
+        if (!tracker.Values().Set(i, value)) return false;
+    }
     const std::vector<double> x = Flat(*args[0]);
-    const int n = int(x.size());
-    const int half = int(std::lround(rate * periods / minPitch / 2));
-    const int nWindow = 2 * half;
-    if (half < 2 || nWindow > n) return false;
-    const int maxLag = std::min(int(rate / minPitch) + 1, half - 1);
-    const int minLag = std::max(1, int(rate / maxPitch) - 1);
-    // Frames at least a sample apart.
-    const double hop = std::max(dt * rate, 1.0);
-    const int frames = int((n - nWindow) / hop) + 1;
-
-    numeric::RealFft fft(numeric::FftOrderFor(static_cast<std::size_t>(2 * nWindow)));
-    const std::size_t nfft = fft.Size(), bins = nfft / 2 + 1;
-    std::vector<double> packed(nfft + 2), power(bins), corr(nfft);
-    // Autocorrelation of n values through the power spectrum of the zero-padded frame.
-    auto autocorrelate = [&](const double* in) {
-        std::fill(packed.begin(), packed.end(), 0.0);
-        numeric::Copy(in, packed.data(), std::size_t(nWindow));
-        fft.Forward(packed.data(), packed.data());
-        numeric::PowerSpectrum(packed.data(), power.data(), bins);
-        std::fill(packed.begin(), packed.end(), 0.0);
-        for (std::size_t k = 0; k < bins; ++k) packed[2 * k] = power[k];
-        fft.Inverse(packed.data(), corr.data());
-    };
-    F0Frame shape;
-    shape.window.resize(static_cast<std::size_t>(nWindow));
-    for (int i = 0; i < nWindow; ++i) {
-        shape.window[std::size_t(i)] = 0.5 * (1 - std::cos(2 * std::numbers::pi * i / (nWindow - 1)));
-    }
-    autocorrelate(shape.window.data());
-    shape.windowCorrelation.assign(corr.begin(), corr.begin() + maxLag + 2);
-    for (double& v : shape.windowCorrelation) v /= corr[0];
-
-    double mean = 0;
-    for (double v : x) mean += v;
-    mean /= n;
-    double globalPeak = 0;
-    for (double v : x) globalPeak = std::max(globalPeak, std::fabs(v - mean));
-
-    std::vector<std::vector<Candidate>> candidates(static_cast<std::size_t>(frames));
-    std::vector<double> intensity(std::size_t(frames), 0.0), centre(static_cast<std::size_t>(frames));
-    std::vector<double> buffer(static_cast<std::size_t>(nWindow)), r(std::size_t(maxLag) + 2);
-    for (int f = 0; f < frames; ++f) {
-        const int start = int(std::lround(f * hop));
-        centre[std::size_t(f)] = start + half;
-        auto& list = candidates[std::size_t(f)];
-        list.push_back({}); // the unvoiced candidate
-        double localMean = 0;
-        for (int j = 0; j < nWindow; ++j) localMean += x[std::size_t(start + j)];
-        localMean /= nWindow;
-        double localPeak = 0;
-        for (int j = 0; j < nWindow; ++j) {
-            buffer[std::size_t(j)] = (x[std::size_t(start + j)] - localMean) * shape.window[std::size_t(j)];
-            localPeak = std::max(localPeak, std::fabs(buffer[std::size_t(j)]));
-        }
-        if (localPeak == 0 || globalPeak == 0) continue;
-        intensity[std::size_t(f)] = std::min(1.0, localPeak / globalPeak);
-        autocorrelate(buffer.data());
-        for (int k = 0; k <= maxLag + 1; ++k)
-            r[std::size_t(k)] = corr[std::size_t(k)] / corr[0] / shape.windowCorrelation[std::size_t(k)];
-        for (int i = minLag; i < maxLag; ++i) {
-            const double ri = r[std::size_t(i)], rl = r[std::size_t(i) - 1], rr = r[std::size_t(i) + 1];
-            if (!(ri > 0.5 * voicing && ri > rl && ri >= rr)) continue;
-            const double dr = 0.5 * (rr - rl), d2r = 2 * ri - rl - rr;
-            Candidate c{rate / (i + dr / d2r), ri + 0.5 * dr * dr / d2r};
-            if (c.strength > 1) c.strength = 1 / c.strength;
-            auto rank = [&](const Candidate& k) {
-                return k.strength - octaveCost * std::log2(minPitch / k.frequency);
-            };
-            if (static_cast<long long>(list.size()) < maxCandidates) {
-                list.push_back(c);
-                continue;
-            }
-            auto weakest =
-                std::min_element(list.begin() + 1, list.end(),
-                                 [&](const Candidate& a, const Candidate& b) { return rank(a) < rank(b); });
-            if (rank(c) > rank(*weakest)) *weakest = c;
-        }
-    }
-
-    // The cheapest path: strengths of the candidates minus the costs of the transitions.
-    auto unvoiced = [&](double frequency) { return frequency <= 0 || frequency > maxPitch; };
-    std::vector<std::vector<double>> score(static_cast<std::size_t>(frames));
-    std::vector<std::vector<int>> back(static_cast<std::size_t>(frames));
-    for (int f = 0; f < frames; ++f) {
-        const auto& list = candidates[std::size_t(f)];
-        const double unvoicedStrength =
-            silence <= 0 ? voicing
-                         : voicing + std::max(0.0, 2 - intensity[std::size_t(f)] / (silence / (1 + voicing)));
-        score[std::size_t(f)].resize(list.size());
-        back[std::size_t(f)].assign(list.size(), 0);
-        for (std::size_t j = 0; j < list.size(); ++j) {
-            const double fj = list[j].frequency;
-            const double strength =
-                unvoiced(fj) ? unvoicedStrength : list[j].strength - octaveCost * std::log2(maxPitch / fj);
-            if (f == 0) {
-                score[0][j] = strength;
-                continue;
-            }
-            const auto& previous = candidates[std::size_t(f) - 1];
-            double best = -std::numeric_limits<double>::infinity();
-            for (std::size_t k = 0; k < previous.size(); ++k) {
-                const double fk = previous[k].frequency;
-                const bool uk = unvoiced(fk), uj = unvoiced(fj);
-                const double cost = uk && uj   ? 0.0
-                                    : uk || uj ? voicedUnvoicedCost
-                                               : octaveJumpCost * std::fabs(std::log2(fk / fj));
-                const double value = score[std::size_t(f) - 1][k] - cost + strength;
-                if (value > best) {
-                    best = value;
-                    back[std::size_t(f)][j] = int(k);
-                }
-            }
-            score[std::size_t(f)][j] = best;
-        }
-    }
-    const auto& last = score.back();
-    int chosen = int(std::max_element(last.begin(), last.end()) - last.begin());
-    std::vector<double> out(std::size_t(2) * frames);
-    for (int f = frames - 1; f >= 0; --f) {
-        const double frequency = candidates[std::size_t(f)][std::size_t(chosen)].frequency;
-        out[std::size_t(f)] = unvoiced(frequency) ? 0.0 : frequency;
-        out[std::size_t(frames + f)] = centre[std::size_t(f)];
-        chosen = back[std::size_t(f)][std::size_t(chosen)];
-    }
-    result = ColumnMajor(frames, 2, out);
+    std::vector<double> f0, centre;
+    if (!tracker.Track(x, rate, f0, centre)) return false;
+    std::vector<double> out = f0;
+    out.insert(out.end(), centre.begin(), centre.end());
+    result = ColumnMajor(int(f0.size()), 2, out);
     return true;
 }
 

@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "expr/numeric_args.h"
+#include "shell/rc_codes.h"
 
 namespace {
 
@@ -65,12 +66,12 @@ struct SConversion {
 int TimeText(const SConversion& conv, double x, wchar_t decimal, Text& result) {
     long long length = 0;
     if (!conv.width.empty()) {
-        if (!EvalInteger(conv.width, length)) return 123;
+        if (!EvalInteger(conv.width, length)) return RC_FORMAT_BAD_TIME_LENGTH;
         if (length < 0) length = -length;
         if (length > kFormatMaxWidth) length = kFormatMaxWidth;
     }
     // An endless time has no hours to print.
-    if (!std::isfinite(x)) return 123;
+    if (!std::isfinite(x)) return RC_FORMAT_BAD_TIME_LENGTH;
     const bool negative = x < 0;
     x = std::fabs(x);
     if (!conv.dot) x = std::trunc(x + 0.5);
@@ -105,7 +106,7 @@ int TimeText(const SConversion& conv, double x, wchar_t decimal, Text& result) {
 
 int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result) {
     result.clear();
-    if (format.data() == nullptr) return 116;
+    if (format.data() == nullptr) return RC_FORMAT_MISSING;
     const size_t n = format.size();
     size_t i = 0;
     int next = 0;
@@ -129,16 +130,16 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
             if (c >= L'0' && c <= L'9') {
                 (conv.dot ? conv.precision : conv.width) += c;
             } else if (c == L'.') {
-                if (conv.dot) return 118;
+                if (conv.dot) return RC_FORMAT_TWO_DOTS;
                 conv.dot = true;
             } else if (c == L'l' || c == L'L') {
-                if (modifier) return 119;
+                if (modifier) return RC_FORMAT_TWO_L;
                 modifier = true;
             } else {
                 break;
             }
         }
-        if (i >= n) return 117;
+        if (i >= n) return RC_FORMAT_LONELY_PERCENT;
         const wchar_t type = format[i++];
 
         switch (type) {
@@ -168,10 +169,10 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
         case L'H':
             break;
         default:
-            return 120;
+            return RC_FORMAT_BAD_CHARACTER;
         }
 
-        if (next >= args.count) return 121;
+        if (next >= args.count) return RC_FORMAT_NO_ARGUMENTS;
         const int arg = next++;
         if (type == L's' || type == L'S') {
             const Text text = args.TextAt(arg);
@@ -180,7 +181,7 @@ int Run(TextView format, const SFormatArgs& args, wchar_t decimal, Text& result)
         }
         double value = 0;
         const bool time = type == L'h' || type == L'H';
-        if (!args.NumberAt(arg, value)) return time ? 123 : 122;
+        if (!args.NumberAt(arg, value)) return time ? RC_FORMAT_BAD_TIME_LENGTH : RC_FORMAT_BAD_LENGTH;
         switch (type) {
         case L'd':
         case L'D':

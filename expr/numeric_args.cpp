@@ -3,6 +3,7 @@
 #include "expr/normalize.h"
 #include "numeric/frequency_scales.h"
 #include "numeric/random.h"
+#include "shell/rc_codes.h"
 
 #include <atomic>
 #include <chrono>
@@ -16,7 +17,6 @@ namespace {
 // Bracket and sign nesting beyond this fails instead of running the thread's
 // stack out: a number argument may come from any variable's value.
 constexpr int kMaxDepth = 512;
-constexpr int kStackOverflow = 211;
 
 // RAND, LRAN and SETLRAN draw from the process-wide generator of number arguments.
 double Rand(double) {
@@ -156,7 +156,7 @@ private:
     }
 
     bool Climb(int level, double& v, int depth) {
-        if (depth > kMaxDepth) return Fail(kStackOverflow);
+        if (depth > kMaxDepth) return Fail(RC_STACK_OVERFLOW);
         if (!Operand(v, depth)) return false;
         for (;;) {
             const wchar_t* at = m_p;
@@ -207,7 +207,7 @@ private:
     bool Operand(double& v, int depth) {
         SkipBlank();
         const wchar_t c = *m_p;
-        if (c == 0) return Fail(34);
+        if (c == 0) return Fail(RC_UNEXPECTED_END_OF_EXPRESSION);
         if (c == L'0' && (m_p[1] == L'x' || m_p[1] == L'X')) {
             // Unsigned, so that a set top bit reads as a value above 2147483647.
             wchar_t* end = nullptr;
@@ -225,7 +225,7 @@ private:
             ++m_p;
             if (!Climb(0, v, depth + 1)) return false;
             SkipBlank();
-            if (*m_p != L')') return Fail(28);
+            if (*m_p != L')') return Fail(RC_CLOSED_BRACKET_EXPECTED);
             ++m_p;
             return true;
         }
@@ -235,7 +235,7 @@ private:
             v = c == L'-' ? -v : double(~Low32(v));
             return true;
         }
-        if (!m_names || !IsAsciiLetter(c)) return Fail(32);
+        if (!m_names || !IsAsciiLetter(c)) return Fail(RC_BAD_FUNCTION_NAME);
         const wchar_t* word = m_p;
         while (IsAsciiLetter(*m_p) || IsAsciiDigit(*m_p)) ++m_p;
         const size_t n = size_t(m_p - word);
@@ -250,7 +250,7 @@ private:
         for (const SFunction& f : kFunctions) {
             if (SameNoCase(word, n, f.name)) return Call(f, v, depth);
         }
-        return Fail(32);
+        return Fail(RC_BAD_FUNCTION_NAME);
     }
 
     bool Call(const SFunction& f, double& v, int depth) {
@@ -266,13 +266,13 @@ private:
             } else {
                 if (!Climb(0, arg, depth + 1)) return false;
                 SkipBlank();
-                if (*m_p != L')') return Fail(28);
+                if (*m_p != L')') return Fail(RC_CLOSED_BRACKET_EXPECTED);
                 ++m_p;
                 given = 1;
             }
         }
-        if (given < f.args) return Fail(2);
-        if (given > f.args) return Fail(3);
+        if (given < f.args) return Fail(RC_TOO_FEW_ARGUMENTS);
+        if (given > f.args) return Fail(RC_TOO_MANY_ARGUMENTS);
         v = f.fn(arg);
         return true;
     }
@@ -286,7 +286,7 @@ private:
 bool Evaluate(TextView text, bool names, double& value, int* error) {
     if (error) *error = 0;
     if (text.data() == nullptr) {
-        if (error) *error = 238;
+        if (error) *error = RC_NO_EXPRESSION;
         return false;
     }
     CScalarEval eval(text, names);
@@ -308,7 +308,7 @@ bool EvalInteger(TextView text, long long& value, int* error) {
     if (!Evaluate(text, false, v, error)) return false;
     // Beyond the range of the integer type there is no whole number to give.
     if (v != std::trunc(v) || !(v > -9.2e18 && v < 9.2e18)) {
-        if (error) *error = 154;
+        if (error) *error = RC_INTEGER_EXPECTED;
         return false;
     }
     value = static_cast<long long>(v);

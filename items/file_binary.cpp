@@ -26,7 +26,9 @@
 #include <cstring>
 #include <limits>
 
+#include "base/file_io.h"
 #include "items/shell_file.h"
+#include "shell/rc_codes.h"
 
 namespace {
 
@@ -38,28 +40,9 @@ bool KnownElement(uint32_t type) {
 
 // Reads up to `size` bytes at `offset`; the count read, or -1.
 long long ReadAt(int fd, long long offset, void* buffer, size_t size) {
-    size_t got = 0;
-    while (got < size) {
-        const ssize_t n =
-            ::pread(fd, static_cast<char*>(buffer) + got, size - got, offset + static_cast<long long>(got));
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return -1;
-        if (n == 0) break;
-        got += static_cast<size_t>(n);
-    }
-    return static_cast<long long>(got);
-}
-
-bool WriteAt(int fd, long long offset, const void* buffer, size_t size) {
-    size_t put = 0;
-    while (put < size) {
-        const ssize_t n = ::pwrite(fd, static_cast<const char*>(buffer) + put, size - put,
-                                   offset + static_cast<long long>(put));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        put += static_cast<size_t>(n);
-    }
-    return true;
+    int error = 0;
+    const long long got = ReadFullyAt(fd, offset, buffer, size, &error);
+    return error ? -1 : got;
 }
 
 uint32_t LittleWord(const unsigned char* p) {
@@ -145,16 +128,16 @@ double DecodeElement(const unsigned char* p, uint32_t element) {
 int CShellFile::ReadHeader(long long offset, uint32_t& type, int& rows, int& cols, long long& bytes) {
     unsigned char header[kHeaderBytes];
     const long long got = ReadAt(m_fd, offset, header, kHeaderBytes);
-    if (got == 0) return 225;
-    if (got < kHeaderBytes) return 227;
+    if (got == 0) return RC_BINARY_EOF;
+    if (got < kHeaderBytes) return RC_RECORD_HEADER_TRUNCATED;
     type = LittleWord(header) & 0xFFF;
     rows = static_cast<int32_t>(LittleWord(header + 4));
     cols = static_cast<int32_t>(LittleWord(header + 8));
-    if (!KnownElement(type) || rows < 1 || cols < 1) return 226;
+    if (!KnownElement(type) || rows < 1 || cols < 1) return RC_RECORD_HEADER_CORRUPTED;
     const unsigned __int128 need =
         static_cast<unsigned __int128>(rows) * static_cast<unsigned>(cols) * (type & 0xF);
     const long long left = FileSize() - offset - kHeaderBytes;
-    if (left < 0 || need > static_cast<unsigned __int128>(left)) return 228;
+    if (left < 0 || need > static_cast<unsigned __int128>(left)) return RC_RECORD_DATA_TRUNCATED;
     bytes = static_cast<long long>(need);
     return 0;
 }
@@ -181,11 +164,11 @@ int CShellFile::SeekRecord(long& index, long long& offset, bool toEnd) {
         int cols = 0;
         long long bytes = 0;
         const int code = ReadHeader(offset, type, rows, cols, bytes);
-        if (code == 225 && toEnd) {
+        if (code == RC_BINARY_EOF && toEnd) {
             index = r;
             return 0;
         }
-        if (code == 225) return 224;
+        if (code == RC_BINARY_EOF) return RC_NO_SUCH_RECORD;
         if (code) return code;
         offset += kHeaderBytes + bytes;
     }
@@ -206,10 +189,10 @@ void CShellFile::DealtWith(long index, uint32_t type, int rows, int cols, long l
 }
 
 int CShellFile::ReadRecord(long index, SRecord& out) {
-    if (Type() != FILE_TYPE_BINARY) return 229;
-    if (m_fd < 0) return 219;
+    if (Type() != FILE_TYPE_BINARY) return RC_BINARY_FILE_ONLY;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
     const bool next = index == -1;
-    if (index < -1) return 223;
+    if (index < -1) return RC_BAD_RECORD_INDEX;
     long target = next ? m_nRecord + 1 : index;
     long long offset = 0;
     int code = SeekRecord(target, offset, false);
@@ -218,10 +201,10 @@ int CShellFile::ReadRecord(long index, SRecord& out) {
     int cols = 0;
     long long bytesOfData = 0;
     if (!code) code = ReadHeader(offset, type, rows, cols, bytesOfData);
-    if (code == 225 && !next) code = 224;
+    if (code == RC_BINARY_EOF && !next) code = RC_NO_SUCH_RECORD;
     if (code) {
-        m_nLastResult = code == 225 ? RECORD_END : RECORD_CORRUPTED;
-        if (code == 224) m_nLastResult = RECORD_END;
+        m_nLastResult = code == RC_BINARY_EOF ? RECORD_END : RECORD_CORRUPTED;
+        if (code == RC_NO_SUCH_RECORD) m_nLastResult = RECORD_END;
         return code;
     }
     const size_t size = type & 0xF;
@@ -230,7 +213,7 @@ int CShellFile::ReadRecord(long index, SRecord& out) {
     if (ReadAt(m_fd, offset + kHeaderBytes, bytes.data(), bytes.size()) !=
         static_cast<long long>(bytes.size())) {
         m_nLastResult = RECORD_CORRUPTED;
-        return 228;
+        return RC_RECORD_DATA_TRUNCATED;
     }
     out.rows = rows;
     out.cols = cols;
@@ -258,10 +241,10 @@ int CShellFile::ReadRawRow(long index, SRecord& out) {
 }
 
 int CShellFile::WriteRecord(long index, const SRecord& record, uint32_t element) {
-    if (Type() != FILE_TYPE_BINARY) return 229;
-    if (m_fd < 0) return 219;
-    if (!(Access() & FILE_ACCESS_WRITE)) return 218;
-    if (record.rows < 1 || record.cols < 1) return 230;
+    if (Type() != FILE_TYPE_BINARY) return RC_BINARY_FILE_ONLY;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
+    if (!(Access() & FILE_ACCESS_WRITE)) return RC_NOT_OPEN_FOR_WRITING;
+    if (record.rows < 1 || record.cols < 1) return RC_BAD_RECORD_ITEM;
     long long offset = 0;
     if (index < 0) {
         long count = 0;
@@ -271,7 +254,7 @@ int CShellFile::WriteRecord(long index, const SRecord& record, uint32_t element)
         PutLittleWord(header, element);
         PutLittleWord(header + 4, static_cast<uint32_t>(record.rows));
         PutLittleWord(header + 8, static_cast<uint32_t>(record.cols));
-        if (!WriteAt(m_fd, offset, header, kHeaderBytes)) return 232;
+        if (!WriteFullyAt(m_fd, offset, header, kHeaderBytes)) return RC_RECORD_HEADER_WRITE_ERROR;
         index = count;
     } else {
         int code = SeekRecord(index, offset, false);
@@ -280,14 +263,14 @@ int CShellFile::WriteRecord(long index, const SRecord& record, uint32_t element)
         int cols = 0;
         long long bytes = 0;
         if (!code) code = ReadHeader(offset, type, rows, cols, bytes);
-        if (code == 225) code = 224;
+        if (code == RC_BINARY_EOF) code = RC_NO_SUCH_RECORD;
         if (code) return code;
-        if (rows != record.rows || cols != record.cols) return 223;
+        if (rows != record.rows || cols != record.cols) return RC_BAD_RECORD_INDEX;
         element = type; // the record keeps its element type: its size is fixed
     }
     std::vector<unsigned char> bytes;
     EncodeElements(record.data, element, bytes);
-    if (!WriteAt(m_fd, offset + kHeaderBytes, bytes.data(), bytes.size())) return 231;
+    if (!WriteFullyAt(m_fd, offset + kHeaderBytes, bytes.data(), bytes.size())) return RC_BINARY_WRITE_ERROR;
     DealtWith(index, element, record.rows, record.cols, offset);
     m_bRaw = false;
     ++m_nChanged;
@@ -295,8 +278,8 @@ int CShellFile::WriteRecord(long index, const SRecord& record, uint32_t element)
 }
 
 int CShellFile::RecordList(std::vector<Text>& rows) {
-    if (Type() != FILE_TYPE_BINARY) return 196;
-    if (m_fd < 0) return 219;
+    if (Type() != FILE_TYPE_BINARY) return RC_BINARY_OR_SECTION_EXPECTED;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
     long long offset = 0;
     for (long index = 0;; ++index) {
         uint32_t type = 0;
@@ -304,9 +287,9 @@ int CShellFile::RecordList(std::vector<Text>& rows) {
         int c = 0;
         long long bytes = 0;
         const int code = ReadHeader(offset, type, r, c, bytes);
-        if (code == 225) return 0;
-        if (code == 227) return code;
-        if (code == 226) {
+        if (code == RC_BINARY_EOF) return 0;
+        if (code == RC_RECORD_HEADER_TRUNCATED) return code;
+        if (code == RC_RECORD_HEADER_CORRUPTED) {
             // A header that cannot be named cannot be skipped either: the list ends here.
             rows.push_back(Format(L"%ld %d %d unknown", index, r, c));
             return 0;

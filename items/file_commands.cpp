@@ -68,10 +68,10 @@ int ReadTableCommand(CShell& shell, CWords& args, COptions& options, int, Text&)
 // first of them; each /N adds a line break. No line end of its own.
 int WriteCommand(CShell& shell, CWords& args, COptions& options, int, Text&) {
     CShellFile* file = args.empty() ? nullptr : TextFile(shell, args[0].text);
-    if (!file) return 7;
+    if (!file) return RC_COMMAND_ERROR;
     Text text;
     if (HasOption(options, L"Ff")) {
-        if (args.size() < 2) return 2;
+        if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
         std::vector<Text> values;
         for (size_t i = 2; i < args.size(); ++i) values.push_back(args[i].text);
         int error = 0;

@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <filesystem>
 
-#include "base/keyword_table.h"
 #include "expr/number_object.h"
 #include "expr/numeric_args.h"
 #include "items/file_encoder.h"
@@ -22,33 +21,22 @@ void RegisterFileCommands();
 
 namespace {
 
-// The keywords of SET on a file; the XML keywords follow the file keywords.
-static constexpr const wchar_t* kSetWords[] = {
-    L"STATUS",       L"DELETE",     L"RENAME",       L"COPY",          L"FIND",     L"NEXT",
-    L"LOAD",         L"SAVE",       L"LIST",         L"SYNC",          L"POSITION", L"ADDFILE",
-    L"ADDTABLE",     L"ADDELEMENT", L"SETATTRIBUTE", L"DELETEELEMENT", L"SETDATA",  L"GETDATA",
-    L"GOTO",         L"ROOT",       L"ADDNODE",      L"DOCTYPE",       L"VALIDATE", L"EXTRACTFILE",
-    L"EXTRACTTABLE", L"SORT",       nullptr};
-enum {
-    SET_STATUS,
-    SET_DELETE,
-    SET_RENAME,
-    SET_COPY,
-    SET_FIND,
-    SET_NEXT,
-    SET_LOAD,
-    SET_SAVE,
-    SET_LIST,
-    SET_SYNC,
-    SET_FIRST_XML, // POSITION and all behind it
+using SFileSet = SSetCall<CShellFile>;
+using SFileRow = SSetRow<CShellFile>;
+
+// Flags of the file's SET rows.
+enum : unsigned {
+    FILE_ALSO_XML = SET_KIND_FLAGS,      // on an XML file the XML file's handler takes it
+    FILE_XML_ONLY = SET_KIND_FLAGS << 1, // an XML file's keyword: other files answer "XML file expected"
 };
 
 bool Quiet(const COptions& options) {
     return HasOption(options, L"Ss");
 }
 
+// The silent twin of a failure; a warning stays as it is.
 int Twin(int code, bool quiet) {
-    return quiet && !IsWarning(code) ? SilentTwin(code, code) : code;
+    return IsWarning(code) ? code : Silent(code, quiet);
 }
 
 Text Arg(const CWords& args, size_t i) {
@@ -79,12 +67,12 @@ bool MatrixRecord(const Matrix& value, SRecord& record) {
 
 // LOAD item [index]; with /R one raw row of the record at a time.
 int LoadRecord(CShell& shell, CShellFile& file, CWords& args, const COptions& options) {
-    CShell::ItemEntry* e = args.size() > 1 ? shell.FindItem(args[1].text) : nullptr;
-    if (!e) return 222;
+    CShell::ItemEntry* e = args.empty() ? nullptr : shell.FindItem(args[0].text);
+    if (!e) return RC_NULL_RECORD_ITEM;
     long long index = -1;
-    if (args.size() > 2) {
-        if (!EvalInteger(args[2].text, index)) return ArgumentError(3, false);
-        if (index < 0) return 223;
+    if (args.size() > 1) {
+        if (!EvalInteger(args[1].text, index)) return ArgumentError(3, false);
+        if (index < 0) return RC_BAD_RECORD_INDEX;
     }
     SRecord record;
     const bool raw = HasOption(options, L"Rr");
@@ -108,67 +96,123 @@ int LoadRecord(CShell& shell, CShellFile& file, CWords& args, const COptions& op
         return 0;
     }
     default:
-        return 222;
+        return RC_NULL_RECORD_ITEM;
     }
 }
 
 int SaveRecord(CShell& shell, CShellFile& file, CWords& args, COptions& options) {
-    const Text name = Arg(args, 1);
+    const Text name = Arg(args, 0);
     if (name == L"*") return 0;
     CShell::ItemEntry* e = name.empty() ? nullptr : shell.FindItem(name);
-    if (!e) return 222;
+    if (!e) return RC_NULL_RECORD_ITEM;
     long long index = -1;
-    if (args.size() > 2 && !EvalInteger(args[2].text, index)) return ArgumentError(3, false);
+    if (args.size() > 1 && !EvalInteger(args[1].text, index)) return ArgumentError(3, false);
     SRecord record;
     switch (ItemKindOf(e->user)) {
     case KIND_TABLE:
         if (const int code = TableIntoRecord(e->value, record)) return code;
         break;
     case KIND_NUMBER:
-        if (!MatrixRecord(static_cast<SNumberObject*>(e->value)->value, record)) return 230;
+        if (!MatrixRecord(static_cast<SNumberObject*>(e->value)->value, record)) return RC_BAD_RECORD_ITEM;
         break;
     case KIND_VALUE: {
         auto* value = static_cast<CShellValue*>(e->value);
         std::lock_guard<std::mutex> hold(value->m_lock);
-        if (!MatrixRecord(value->m_value, record)) return 230;
+        if (!MatrixRecord(value->m_value, record)) return RC_BAD_RECORD_ITEM;
         break;
     }
     default:
-        return 230;
+        return RC_BAD_RECORD_ITEM;
     }
-    if (record.rows < 1 || record.cols < 1) return 230;
+    if (record.rows < 1 || record.cols < 1) return RC_BAD_RECORD_ITEM;
     return file.WriteRecord(static_cast<long>(index), record, ElementOption(options));
 }
 
 void* TableArgument(CShell& shell, const CWords& args) {
-    CShell::ItemEntry* e = args.size() > 1 ? shell.FindItem(args[1].text, KIND_TABLE) : nullptr;
+    CShell::ItemEntry* e = args.empty() ? nullptr : shell.FindItem(args[0].text, KIND_TABLE);
     return e ? e->value : nullptr;
 }
 
-int LoadFile(CShell& shell, CShellFile& file, CWords& args, const COptions& options) {
-    if (file.Type() == FILE_TYPE_BINARY) return LoadRecord(shell, file, args, options);
-    if (file.Type() != FILE_TYPE_TEXT && file.Type() != FILE_TYPE_SECTION) return 195;
-    void* table = TableArgument(shell, args);
+// --- The keywords of SET f, each with the words behind the keyword --------------------------
+
+int FileStatus(SFileSet& c) {
+    if (c.args.empty()) return RC_BAD_ARG3;
+    c.item.SetPath(c.args[0].text);
+    return c.item.LookUp() ? 0 : RC_BAD_ARG3;
+}
+
+int FileDelete(SFileSet& c) {
+    const Text path = c.args.empty() ? c.item.Path() : c.args[0].text;
+    if (::unlink(ToUtf8(path).c_str()) != 0) return Silent(RC_CANNOT_DELETE_FILE, c.quiet);
+    ++c.item.m_nChanged;
+    return 0;
+}
+
+int FileRename(SFileSet& c) {
+    if (std::rename(ToUtf8(c.args[0].text).c_str(), ToUtf8(c.args[1].text).c_str()) != 0)
+        return Silent(RC_CANNOT_RENAME_FILE, c.quiet);
+    ++c.item.m_nChanged;
+    return 0;
+}
+
+// COPY from to; with /Z and /E or /D an encoded copy (from to password).
+int FileCopy(SFileSet& c) {
+    if (HasOption(c.options, L"Zz")) {
+        const bool encode = HasOption(c.options, L"Ee");
+        const bool decode = HasOption(c.options, L"Dd");
+        if (encode == decode) return RC_MISSING_OPTION;
+        if (c.args.empty()) return RC_TOO_FEW_ARGUMENTS;
+        Text log;
+        const bool done = EncodeFile(c.args[0].text, Arg(c.args, 1), Arg(c.args, 2), decode, log);
+        c.shell.Env().Log(log);
+        if (!done) return RC_COMMAND_ERROR;
+        ++c.item.m_nChanged;
+        return 0;
+    }
+    if (c.args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
+    std::error_code error;
+    std::filesystem::copy_file(ToUtf8(c.args[0].text), ToUtf8(c.args[1].text),
+                               std::filesystem::copy_options::overwrite_existing, error);
+    if (error) return Twin(RC_CANNOT_COPY_FILE, c.quiet);
+    ++c.item.m_nChanged;
+    return 0;
+}
+
+int FileFind(SFileSet& c) {
+    return c.item.FindFirst(Arg(c.args, 0), HasOption(c.options, L"Dd"), c.quiet);
+}
+
+int FileNext(SFileSet& c) {
+    return c.item.FindNext(c.quiet);
+}
+
+// LOAD table [section [key]] of text and section files; LOAD item [index] of binary files.
+int FileLoad(SFileSet& c) {
+    CShellFile& file = c.item;
+    if (file.Type() == FILE_TYPE_BINARY) return LoadRecord(c.shell, file, c.args, c.options);
+    if (file.Type() != FILE_TYPE_TEXT && file.Type() != FILE_TYPE_SECTION) return RC_FILE_ITEM_EXPECTED;
+    void* table = TableArgument(c.shell, c.args);
     if (!table) return ArgumentError(2, false);
     std::vector<Text> lines;
     if (file.Type() == FILE_TYPE_TEXT) {
         if (const int code = file.TextLines(lines)) return code;
-    } else if (args.size() < 3 || !file.SectionLines(args[2].text, Arg(args, 3), lines)) {
-        return 235;
+    } else if (c.args.size() < 2 || !file.SectionLines(c.args[1].text, Arg(c.args, 2), lines)) {
+        return RC_SECTION_LOAD_FAILED;
     }
     return AppendTableRows(table, lines);
 }
 
-int SaveFile(CShell& shell, CShellFile& file, CWords& args, COptions& options) {
-    if (file.Type() == FILE_TYPE_BINARY) return SaveRecord(shell, file, args, options);
-    if (file.Type() != FILE_TYPE_TEXT && file.Type() != FILE_TYPE_SECTION) return 195;
-    void* table = TableArgument(shell, args);
+int FileSave(SFileSet& c) {
+    CShellFile& file = c.item;
+    if (file.Type() == FILE_TYPE_BINARY) return SaveRecord(c.shell, file, c.args, c.options);
+    if (file.Type() != FILE_TYPE_TEXT && file.Type() != FILE_TYPE_SECTION) return RC_FILE_ITEM_EXPECTED;
+    void* table = TableArgument(c.shell, c.args);
     if (!table) return ArgumentError(2, false);
     std::vector<Text> rows;
     if (const int code = TableRowTexts(table, rows)) return code;
     if (file.Type() == FILE_TYPE_SECTION) {
-        if (args.size() < 3) return 237;
-        file.ReplaceSection(args[2].text, Arg(args, 3), &rows);
+        if (c.args.size() < 2) return RC_SECTION_WRITE_FAILED;
+        file.ReplaceSection(c.args[1].text, Arg(c.args, 2), &rows);
         return 0;
     }
     for (const Text& row : rows)
@@ -176,91 +220,65 @@ int SaveFile(CShell& shell, CShellFile& file, CWords& args, COptions& options) {
     return 0;
 }
 
-int ListFile(CShell& shell, CShellFile& file, CWords& args) {
-    if (file.Type() != FILE_TYPE_SECTION && file.Type() != FILE_TYPE_BINARY) return 196;
-    void* table = TableArgument(shell, args);
-    if (!table) return 7;
+// LIST table [section [key]]: the headings of a section file, the records of a binary file.
+int FileList(SFileSet& c) {
+    CShellFile& file = c.item;
+    if (file.Type() != FILE_TYPE_SECTION && file.Type() != FILE_TYPE_BINARY)
+        return RC_BINARY_OR_SECTION_EXPECTED;
+    void* table = TableArgument(c.shell, c.args);
+    if (!table) return RC_COMMAND_ERROR;
     std::vector<Text> rows;
     if (file.Type() == FILE_TYPE_SECTION) {
-        file.Headings(Arg(args, 2), Arg(args, 3), rows);
+        file.Headings(Arg(c.args, 1), Arg(c.args, 2), rows);
     } else if (const int code = file.RecordList(rows)) {
         return code;
     }
-    return AppendTableRows(table, rows) ? 7 : 0;
+    return AppendTableRows(table, rows) ? RC_COMMAND_ERROR : 0;
 }
 
-int CopyFile(CShell& shell, CShellFile& file, CWords& args, COptions& options, bool quiet) {
-    if (HasOption(options, L"Zz")) {
-        const bool encode = HasOption(options, L"Ee");
-        const bool decode = HasOption(options, L"Dd");
-        if (encode == decode) return 6;
-        if (args.size() < 2) return 2;
-        Text log;
-        const bool done = EncodeFile(args[1].text, Arg(args, 2), Arg(args, 3), decode, log);
-        shell.Env().Log(log);
-        if (!done) return 7;
-        ++file.m_nChanged;
-        return 0;
-    }
-    if (args.size() < 3) return 2;
-    std::error_code error;
-    std::filesystem::copy_file(ToUtf8(args[1].text), ToUtf8(args[2].text),
-                               std::filesystem::copy_options::overwrite_existing, error);
-    if (error) return Twin(277, quiet);
-    ++file.m_nChanged;
-    return 0;
+int FileSync(SFileSet& c) {
+    return c.item.Sync();
 }
+
+// The keywords of an XML file go to the XML file's own handler.
+int FileXml(SFileSet& c) {
+    const SXmlFileHooks* hooks = XmlFileHooks();
+    if (!hooks || !hooks->set) return RC_NOT_SUPPORTED;
+    return hooks->set(c.shell, c.item, c.keyword, c.args, c.options, c.result);
+}
+
+// The order is the language's (KVOCONSTANTS FILE): the XML file's own keywords
+// follow from 13 on, appended by the XML code as FILE_XML_ONLY rows.
+constexpr SFileRow kFileRows[] = {
+    {L"STATUS", FileStatus},
+    {L"DELETE", FileDelete},
+    {L"RENAME", FileRename, 2},
+    {L"COPY", FileCopy},
+    {L"FIND", FileFind, 0, FILE_ALSO_XML},
+    {L"NEXT", FileNext, 0, FILE_ALSO_XML},
+    {L"LOAD", FileLoad, 0, FILE_ALSO_XML},
+    {L"SAVE", FileSave, 0, FILE_ALSO_XML},
+    {L"LIST", FileList, 0, FILE_ALSO_XML},
+    {L"SYNC", FileSync},
+    kSetLockRow<CShellFile>,
+    kSetUnlockRow<CShellFile>,
+    kSetTryLockRow<CShellFile>,
+};
+CSetTable<CShellFile> g_fileSet(L"FILE", kFileRows);
 
 int SetFile(CShell& shell, CShellFile& file, CWords& args, COptions& options, Text& result) {
-    static const CKeywordTable kTable(kSetWords);
     const bool quiet = Quiet(options);
-    const int word = kTable.Find(args[0].text);
-    if (word < 0) return Twin(64, quiet);
-    const bool xmlFile = file.Type() == FILE_TYPE_XML;
-    const bool xmlWord = word >= SET_FIRST_XML || word == SET_FIND || word == SET_NEXT || word == SET_LOAD ||
-                         word == SET_SAVE || word == SET_LIST;
-    if (xmlFile && xmlWord) {
-        const SXmlFileHooks* hooks = XmlFileHooks();
-        if (!hooks || !hooks->set) return 157;
-        CWords rest(args.begin() + 1, args.end());
-        return hooks->set(shell, file, kSetWords[word], rest, options, result);
-    }
-    if (word >= SET_FIRST_XML) return quiet ? 396 : 97;
-
+    const SFileRow* row = g_fileSet.Find(args[0].text);
+    if (!row) return Twin(RC_BAD_ARG1, quiet);
+    CWords rest(args.begin() + 1, args.end());
+    SFileSet call{shell, file, rest, options, result, row->keyword, quiet};
+    if (file.Type() == FILE_TYPE_XML && (row->options & (FILE_ALSO_XML | FILE_XML_ONLY)))
+        return FileXml(call);
+    if (row->options & FILE_XML_ONLY) return Silent(RC_XML_FILE_EXPECTED, quiet);
+    if (static_cast<int>(rest.size()) < row->minArgs) return RC_TOO_FEW_ARGUMENTS;
+    if (row->options & SET_UNHELD) return row->handler(call);
     CItemSection hold(file.m_cs);
-    switch (word) {
-    case SET_STATUS:
-        if (args.size() < 2) return 66;
-        file.SetPath(args[1].text);
-        return file.LookUp() ? 0 : 66;
-    case SET_DELETE: {
-        const Text path = args.size() > 1 ? args[1].text : file.Path();
-        if (::unlink(ToUtf8(path).c_str()) != 0) return quiet ? 314 : 275;
-        ++file.m_nChanged;
-        return 0;
-    }
-    case SET_RENAME:
-        if (args.size() < 3) return 2;
-        if (std::rename(ToUtf8(args[1].text).c_str(), ToUtf8(args[2].text).c_str()) != 0)
-            return quiet ? 315 : 276;
-        ++file.m_nChanged;
-        return 0;
-    case SET_COPY:
-        return CopyFile(shell, file, args, options, quiet);
-    case SET_FIND:
-        return file.FindFirst(Arg(args, 1), HasOption(options, L"Dd"), quiet);
-    case SET_NEXT:
-        return file.FindNext(quiet);
-    case SET_LOAD:
-        return LoadFile(shell, file, args, options);
-    case SET_SAVE:
-        return SaveFile(shell, file, args, options);
-    case SET_LIST:
-        return ListFile(shell, file, args);
-    case SET_SYNC:
-        return file.Sync();
-    }
-    return 7;
+    return row->handler(call);
 }
 
 // Type options of NEW FILE, first given wins; /s is NEW's own quiet option, not a section.
@@ -322,7 +340,7 @@ public:
     int Create(CShell& shell, const Text&, CWords& args, COptions& options, void*& object) override {
         const bool quiet = HasOption(options, L"Ii");
         const int type = TypeOption(options);
-        if (args.empty() && type != FILE_TYPE_FILE && type != FILE_TYPE_LIST) return 2;
+        if (args.empty() && type != FILE_TYPE_FILE && type != FILE_TYPE_LIST) return RC_TOO_FEW_ARGUMENTS;
         int typeWord = type | AccessOptions(type, options);
         if (type == FILE_TYPE_XML && HasOption(options, L"Ee")) typeWord |= FILE_XML_EXTENDED;
         auto* file = new CShellFile(&shell.Env(), typeWord);
@@ -332,7 +350,7 @@ public:
         if (type == FILE_TYPE_GDX) {
             for (size_t i = 0; i < 3 && !code; ++i) {
                 if (i + 1 >= args.size()) {
-                    code = 2;
+                    code = RC_TOO_FEW_ARGUMENTS;
                 } else if (!EvalInteger(args[i + 1].text, file->m_gdx[i]) || file->m_gdx[i] < 0 ||
                            (i == 1 && file->m_gdx[i] < 1)) {
                     code = ArgumentError(static_cast<int>(i) + 3, false);
@@ -341,13 +359,13 @@ public:
         }
         if (!code && type == FILE_TYPE_XML) {
             const SXmlFileHooks* hooks = XmlFileHooks();
-            code = hooks && hooks->open ? hooks->open(shell, *file, args, options) : 157;
+            code = hooks && hooks->open ? hooks->open(shell, *file, args, options) : RC_NOT_SUPPORTED;
         } else if (!code) {
             code = file->Open(quiet);
         }
         if (code) {
             file->Release();
-            return quiet && !IsWarning(code) ? SilentTwin(code, code) : code;
+            return Twin(code, quiet);
         }
         object = file;
         return 0;
@@ -371,9 +389,10 @@ public:
 protected:
     int SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
                 Text& result) override {
-        if (args.empty()) return 2;
+        if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
         return Twin(SetFile(shell, static_cast<CShellFile&>(item), args, options, result), Quiet(options));
     }
+    bool HoldsFor(const CWords& args) override { return !SetRowUnheld(g_fileSet, args); }
 };
 
 } // namespace
@@ -381,5 +400,6 @@ protected:
 void RegisterFiles() {
     static CFileKind kind;
     CItemKindRegistry::Register(&kind);
+    CSubcommandRegistry::Register(g_fileSet);
     RegisterFileCommands();
 }

@@ -7,13 +7,14 @@
 #include "items/shell_file.h"
 #include "items/shell_table.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 
 int AppendTableRows(void* object, const std::vector<Text>& rows) {
     auto* table = static_cast<CShellTable*>(object);
     CItemSection hold(table->m_cs);
     for (const Text& text : rows) {
         const long row = table->AppendRows(1);
-        if (row < 0) return 2;
+        if (row < 0) return RC_CANNOT_GROW_TABLE;
         if (const int code = table->SetRowText(row, text)) return code;
     }
     return 0;
@@ -37,7 +38,7 @@ int RecordIntoTable(void* object, const SRecord& record) {
     const int fields = std::min(table->GetFields(false), record.cols);
     for (int r = 0; r < record.rows; ++r) {
         const long row = table->AppendRows(1);
-        if (row < 0) return 2;
+        if (row < 0) return RC_CANNOT_GROW_TABLE;
         for (int c = 0; c < fields; ++c) {
             const double value = record.data[static_cast<size_t>(c) * record.rows + r];
             if (const int code = table->SetNumber(row, c, value)) return code;
@@ -71,10 +72,10 @@ int TableEntryText(void* object, TextView rowText, const COptions& options, Text
     auto* table = static_cast<CShellTable*>(object);
     CItemSection hold(table->m_cs);
     long long visible = 0;
-    if (!EvalInteger(rowText, visible)) return 65;
+    if (!EvalInteger(rowText, visible)) return RC_BAD_ARG2;
     const long row =
         visible < 0 || visible >= table->GetRows() ? -1 : table->GetRowIndex(static_cast<long>(visible));
-    if (row < 0) return 65;
+    if (row < 0) return RC_BAD_ARG2;
     const SOption* cell = FindOption(options, L"Cc");
     if (!cell) cell = FindOption(options, L"Ff");
     if (!cell) {
@@ -82,7 +83,7 @@ int TableEntryText(void* object, TextView rowText, const COptions& options, Text
         return 0;
     }
     const int field = table->FindField(cell->text);
-    if (field < 0) return 66;
+    if (field < 0) return RC_BAD_ARG3;
     table->GetCell(row, field, out);
     return 0;
 }

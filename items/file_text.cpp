@@ -8,6 +8,7 @@
 
 #include "items/shell_file.h"
 #include "items/text_codec.h"
+#include "shell/rc_codes.h"
 
 // Text files ---------------------------------------------------------------------------------
 
@@ -18,9 +19,9 @@
 int CShellFile::ReadLine(Text& line, bool& end) {
     line.clear();
     end = true;
-    if (Type() != FILE_TYPE_TEXT) return 220;
-    if (m_fd < 0) return 219;
-    if (Access() & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)) return 217;
+    if (Type() != FILE_TYPE_TEXT) return RC_TEXT_OR_SECTION_EXPECTED;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
+    if (Access() & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)) return RC_NOT_OPEN_FOR_READING;
     const size_t rest = m_sText.size() - m_nTextPos;
     if (rest == 0) return 0;
     const TextView text = TextView(m_sText).substr(m_nTextPos);
@@ -36,9 +37,9 @@ int CShellFile::ReadLine(Text& line, bool& end) {
 }
 
 int CShellFile::TextLines(std::vector<Text>& lines) const {
-    if (Type() != FILE_TYPE_TEXT) return 220;
-    if (m_fd < 0) return 219;
-    if (Access() & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)) return 217;
+    if (Type() != FILE_TYPE_TEXT) return RC_TEXT_OR_SECTION_EXPECTED;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
+    if (Access() & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)) return RC_NOT_OPEN_FOR_READING;
     const TextView text = TextView(m_sText).substr(m_nTextPos);
     size_t start = 0;
     size_t i = 0;
@@ -59,12 +60,12 @@ int CShellFile::TextLines(std::vector<Text>& lines) const {
 }
 
 int CShellFile::WriteText(TextView text) {
-    if (Type() != FILE_TYPE_TEXT) return 220;
-    if (m_fd < 0) return 219;
-    if (!(Access() & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND))) return 218;
+    if (Type() != FILE_TYPE_TEXT) return RC_TEXT_OR_SECTION_EXPECTED;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
+    if (!(Access() & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND))) return RC_NOT_OPEN_FOR_WRITING;
     // Always at the end: the writer may have rewritten the whole file as UTF-8.
     ::lseek(m_fd, 0, SEEK_END);
-    if (!::WriteText(m_fd, text)) return 236;
+    if (!::WriteText(m_fd, text)) return RC_TEXT_WRITE_FAILED;
     ++m_nChanged;
     return 0;
 }
@@ -204,10 +205,10 @@ void CShellFile::Headings(TextView type, TextView name, std::vector<Text>& out) 
 }
 
 int CShellFile::Sync() {
-    if (Type() != FILE_TYPE_SECTION) return 220;
+    if (Type() != FILE_TYPE_SECTION) return RC_TEXT_OR_SECTION_EXPECTED;
     if (!m_bModified) return 0;
-    if (m_fd < 0) return 219;
-    if (!(Access() & FILE_ACCESS_WRITE)) return 218;
+    if (m_fd < 0) return RC_FILE_NOT_OPEN;
+    if (!(Access() & FILE_ACCESS_WRITE)) return RC_NOT_OPEN_FOR_WRITING;
     // Lines ahead of the first heading belong to no section and are not written.
     Text text;
     bool started = false;
@@ -223,8 +224,8 @@ int CShellFile::Sync() {
             text += L"\r\n";
         }
     }
-    if (::ftruncate(m_fd, 0) != 0 || ::lseek(m_fd, 0, SEEK_SET) != 0) return 7;
-    if (!::WriteText(m_fd, text)) return 7;
+    if (::ftruncate(m_fd, 0) != 0 || ::lseek(m_fd, 0, SEEK_SET) != 0) return RC_COMMAND_ERROR;
+    if (!::WriteText(m_fd, text)) return RC_COMMAND_ERROR;
     m_bModified = false;
     return 0;
 }

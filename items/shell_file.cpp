@@ -1,5 +1,6 @@
 // The file item's names, attributes, opening and directory searches.
 #include "items/shell_file.h"
+#include "base/file_io.h"
 
 #include <dirent.h>
 #include <fcntl.h>
@@ -13,7 +14,7 @@
 #include <climits>
 #include <string>
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "items/text_codec.h"
 #include "shell/error_table.h"
 
@@ -46,29 +47,6 @@ const wchar_t* TypeName(int type) {
         return L"FILE";
     }
 }
-
-static constexpr const wchar_t* kAttributes[] = {
-    L"PATH",     L"DRIVE",      L"DIRECTORY", L"NAME",    L"EXTENSION", L"CREATED",
-    L"MODIFIED", L"ATTRIBUTES", L"ACCESS",    L"SIZE",    L"TYPE",      L"SHELL",
-    L"USERS",    L"LASTACCESS", L"BININFO",   L"CHANGED", nullptr};
-enum {
-    ATTR_PATH,
-    ATTR_DRIVE,
-    ATTR_DIRECTORY,
-    ATTR_NAME,
-    ATTR_EXTENSION,
-    ATTR_CREATED,
-    ATTR_MODIFIED,
-    ATTR_ATTRIBUTES,
-    ATTR_ACCESS,
-    ATTR_SIZE,
-    ATTR_TYPE,
-    ATTR_SHELL,
-    ATTR_USERS,
-    ATTR_LASTACCESS,
-    ATTR_BININFO,
-    ATTR_CHANGED,
-};
 
 // Creation time where the file system keeps one, else the time of the last status change.
 time_t BirthTime(const std::string& path, const struct stat& st) {
@@ -144,94 +122,91 @@ bool CShellFile::LookUp() {
 }
 
 bool CShellFile::Attribute(TextView word, Text& out) {
-    static const CKeywordTable kTable(kAttributes);
+    using Handler = void (*)(CShellFile & f, Text & out);
+    // Rows that read the file's data look the file up first, except on a
+    // directory search, which keeps the data of its hit.
+    enum : unsigned { LOOKUP = 1 };
+    static constexpr SSubcommand<Handler> kAttributes[] = {
+        {L"PATH", [](CShellFile& f, Text& out) { out = f.Path(); }},
+        {L"DRIVE", [](CShellFile& f, Text& out) { out = f.m_sDrive; }},
+        {L"DIRECTORY", [](CShellFile& f, Text& out) { out = f.m_sDirectory; }},
+        {L"NAME", [](CShellFile& f, Text& out) { out = f.m_sName; }},
+        {L"EXTENSION", [](CShellFile& f, Text& out) { out = f.m_sExtension; }},
+        {L"CREATED",
+         [](CShellFile& f, Text& out) {
+             if (f.m_bFound) out = TimeText(f.m_created);
+         },
+         0, LOOKUP},
+        {L"MODIFIED",
+         [](CShellFile& f, Text& out) {
+             if (f.m_bFound) out = TimeText(f.m_modified);
+         },
+         0, LOOKUP},
+        {L"ATTRIBUTES", [](CShellFile& f, Text& out) { f.AttributesText(out); }, 0, LOOKUP},
+        {L"ACCESS", [](CShellFile& f, Text& out) { f.AccessText(out); }},
+        {L"SIZE",
+         [](CShellFile& f, Text& out) {
+             if (f.m_bFound) out = DoubleText(f.m_size);
+         },
+         0, LOOKUP},
+        {L"TYPE", [](CShellFile& f, Text& out) { out = TypeName(f.Type()); }},
+        {L"SHELL", [](CShellFile& f, Text& out) { out = f.m_sShell; }},
+        {L"USERS", [](CShellFile& f, Text& out) { out = IntText(f.m_nShare); }},
+        {L"LASTACCESS",
+         [](CShellFile& f, Text& out) {
+             if (f.m_bFound) out = TimeText(f.m_accessed);
+         }},
+        {L"BININFO", [](CShellFile& f, Text& out) { f.RecordInfoText(out); }},
+        {L"CHANGED", [](CShellFile& f, Text& out) { out = IntText(f.m_nChanged); }},
+    };
+    static const CSubcommandTable<Handler> table(L"FILE ATTRIBUTES", kAttributes);
     out.clear();
-    const int which = kTable.Find(word);
-    if (which < 0) return false;
-    // A directory search keeps the data of its hit; every other type sees the file as it is now.
-    if (Type() != FILE_TYPE_LIST && which >= ATTR_CREATED && which <= ATTR_SIZE && which != ATTR_ACCESS)
-        LookUp();
-    switch (which) {
-    case ATTR_PATH:
-        out = Path();
-        break;
-    case ATTR_DRIVE:
-        out = m_sDrive;
-        break;
-    case ATTR_DIRECTORY:
-        out = m_sDirectory;
-        break;
-    case ATTR_NAME:
-        out = m_sName;
-        break;
-    case ATTR_EXTENSION:
-        out = m_sExtension;
-        break;
-    case ATTR_CREATED:
-        if (m_bFound) out = TimeText(m_created);
-        break;
-    case ATTR_MODIFIED:
-        if (m_bFound) out = TimeText(m_modified);
-        break;
-    case ATTR_LASTACCESS:
-        if (m_bFound) out = TimeText(m_accessed);
-        break;
-    case ATTR_ATTRIBUTES:
-        if (!m_bFound) break;
-        if (m_bDirectory) {
-            out = L"Directory";
-        } else if (m_bSystem) {
-            out = L"System";
-        } else if (!m_sName.empty() && m_sName[0] == L'.') {
-            out = L"Hidden";
-        } else {
-            out = L"Normal";
-        }
-        break;
-    case ATTR_ACCESS:
-        if (m_fd >= 0) {
-            if (Access() & FILE_ACCESS_APPEND) {
-                out = L"Append";
-            } else if (Access() & FILE_ACCESS_WRITE) {
-                out = L"Write";
-            } else {
-                out = L"Read";
-            }
-        } else {
-            if (!LookUp()) break;
-            out = m_bReadOnly ? L"Read" : L"Write";
-        }
-        break;
-    case ATTR_SIZE:
-        if (m_bFound) out = DoubleText(m_size);
-        break;
-    case ATTR_TYPE:
-        out = TypeName(Type());
-        break;
-    case ATTR_SHELL:
-        out = m_sShell;
-        break;
-    case ATTR_USERS:
-        out = IntText(m_nShare);
-        break;
-    case ATTR_BININFO:
-        // Index of the last record dealt with, last result, header word, rows, columns.
-        if (Type() == FILE_TYPE_BINARY)
-            out = Format(L"%ld %d %u %d %d", m_nRecord, m_nLastResult, m_nHeader, m_nRows, m_nCols);
-        else if (Type() == FILE_TYPE_GDX)
-            out = Format(L"%lld %lld %lld", m_gdx[0], m_gdx[1], m_gdx[2]);
-        break;
-    case ATTR_CHANGED:
-        out = IntText(m_nChanged);
-        break;
-    }
+    const SSubcommand<Handler>* row = table.Find(word);
+    if (!row) return false;
+    if (Type() != FILE_TYPE_LIST && (row->options & LOOKUP)) LookUp();
+    row->handler(*this, out);
     return true;
+}
+
+void CShellFile::AttributesText(Text& out) {
+    if (!m_bFound) return;
+    if (m_bDirectory) {
+        out = L"Directory";
+    } else if (m_bSystem) {
+        out = L"System";
+    } else if (!m_sName.empty() && m_sName[0] == L'.') {
+        out = L"Hidden";
+    } else {
+        out = L"Normal";
+    }
+}
+
+void CShellFile::AccessText(Text& out) {
+    if (m_fd >= 0) {
+        if (Access() & FILE_ACCESS_APPEND) {
+            out = L"Append";
+        } else if (Access() & FILE_ACCESS_WRITE) {
+            out = L"Write";
+        } else {
+            out = L"Read";
+        }
+    } else if (LookUp()) {
+        out = m_bReadOnly ? L"Read" : L"Write";
+    }
+}
+
+// Index of the last record dealt with, last result, header word, rows, columns.
+void CShellFile::RecordInfoText(Text& out) {
+    if (Type() == FILE_TYPE_BINARY)
+        out = Format(L"%ld %d %u %d %d", m_nRecord, m_nLastResult, m_nHeader, m_nRows, m_nCols);
+    else if (Type() == FILE_TYPE_GDX)
+        out = Format(L"%lld %lld %lld", m_gdx[0], m_gdx[1], m_gdx[2]);
 }
 
 // Opening ------------------------------------------------------------------------------
 
 int CShellFile::Open(bool quiet) {
-    const int fallback = quiet ? 331 : 333;
+    const int fallback = quiet ? RC_CANNOT_CREATE_FILE_WARNING : RC_CANNOT_ALLOCATE_FILE;
     const std::string path = ToUtf8(Path());
     const int type = Type();
     if (type == FILE_TYPE_FILE || type == FILE_TYPE_LIST) {
@@ -267,19 +242,14 @@ int CShellFile::Open(bool quiet) {
                            (type == FILE_TYPE_TEXT && !(access & (FILE_ACCESS_WRITE | FILE_ACCESS_APPEND)));
     if (type == FILE_TYPE_TEXT && (access & FILE_ACCESS_APPEND)) ::lseek(m_fd, 0, SEEK_END);
     if (!readWhole) return 0;
-    if (st.st_size > INT_MAX) return 107;
+    if (st.st_size > INT_MAX) return RC_FILE_TOO_LARGE;
     std::string bytes(static_cast<size_t>(st.st_size), '\0');
-    size_t got = 0;
-    while (got < bytes.size()) {
-        const ssize_t n = ::read(m_fd, bytes.data() + got, bytes.size() - got);
-        if (n < 0 && errno == EINTR) continue;
-        if (n < 0) return MapErrno(errno, quiet, fallback);
-        if (n == 0) break;
-        got += static_cast<size_t>(n);
-    }
-    bytes.resize(got);
+    int error = 0;
+    const long long got = ReadFully(m_fd, bytes.data(), bytes.size(), &error);
+    if (error) return MapErrno(error, quiet, fallback);
+    bytes.resize(static_cast<size_t>(got));
     Text text;
-    if (!DecodeText(bytes.data(), bytes.size(), text)) return 485;
+    if (!DecodeText(bytes.data(), bytes.size(), text)) return RC_BAD_BYTE_ORDER_MARK;
     if (type == FILE_TYPE_TEXT) {
         m_sText = std::move(text);
         m_nTextPos = 0;
@@ -294,7 +264,8 @@ int CShellFile::Open(bool quiet) {
 // The patterns a user expects: "*" and "?" of the shell, "*.*" for everything
 // (names without a dot too), and dot files found by "*" as any other name.
 int CShellFile::FindFirst(TextView pattern, bool directories, bool quiet) {
-    const int failed = quiet ? SilentTwin(280, 280) : 280;
+    // The find codes are warnings already: the silent option changes nothing.
+    const int failed = Silent(RC_FIND_NO_FILE, quiet);
     m_hits.clear();
     m_nextHit = 0;
     if (Type() != FILE_TYPE_LIST) return failed;
@@ -329,7 +300,7 @@ int CShellFile::FindFirst(TextView pattern, bool directories, bool quiet) {
 }
 
 int CShellFile::FindNext(bool quiet) {
-    if (Type() != FILE_TYPE_LIST || !TakeHit()) return quiet ? SilentTwin(281, 281) : 281;
+    if (Type() != FILE_TYPE_LIST || !TakeHit()) return Silent(RC_FIND_NO_MORE_FILES, quiet);
     return 0;
 }
 

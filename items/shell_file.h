@@ -78,7 +78,14 @@ struct SXmlFileHooks {
     bool (*status)(CShell& shell, CShellFile& file, const std::vector<Text>& args, Text& out);
 };
 
-// The XML document code installs its hooks here (null removes them).
+// Flags of the rows of SET f (the FILE table, file_kind.cpp).
+enum : unsigned {
+    FILE_ALSO_XML = SET_KIND_FLAGS,      // on an XML file the XML file's handler takes it
+    FILE_XML_ONLY = SET_KIND_FLAGS << 1, // an XML file's keyword: other files answer "XML file expected"
+};
+
+// The XML document code installs its hooks here (null removes them). It also
+// appends its own keywords to the FILE table (FILE_XML_ONLY rows).
 void RegisterXmlFileHooks(const SXmlFileHooks* hooks);
 const SXmlFileHooks* XmlFileHooks();
 
@@ -210,6 +217,10 @@ private:
     long long m_nKnownSize = -1;
     int ReadHeader(long long offset, uint32_t& type, int& rows, int& cols, long long& bytes);
     bool TakeHit();
+    // The texts of !ATTRIBUTES, !ACCESS and !BININFO.
+    void AttributesText(Text& out);
+    void AccessText(Text& out);
+    void RecordInfoText(Text& out);
 };
 
 // Registers the FILE item kind and the commands READ, READTAB and WRITE.

@@ -155,42 +155,50 @@ void CShellItemKind::Release(void* object) {
     AsItem(object)->Release();
 }
 
-int CShellItemKind::LockWord(CShell& shell, CShellItem& item, CWords& args, COptions& options,
-                             bool instance) {
-    if (args.empty() || args[0].kind != SWord::Plain) return -1;
-    const Text& word = args[0].text;
+int CShellItemKind::Lock(CShell& shell, CShellItem& item, const COptions& options, bool instance) {
+    if (!item.Lock(&shell, HasOption(options, L"S"))) return 0;
+    return instance ? RC_COMMAND_ERROR : Silent(RC_ALREADY_OWNER, HasOption(options, L"s"));
+}
+
+int CShellItemKind::Unlock(CShell& shell, CShellItem& item, const COptions& options, bool instance) {
+    const bool wasOwner = item.Lock(&shell, false);
+    item.Unlock(false);
+    if (wasOwner) return 0;
+    return instance ? RC_COMMAND_ERROR : Silent(RC_NOT_OWNER, HasOption(options, L"s"));
+}
+
+int CShellItemKind::TryLock(CShell& shell, CShellItem& item, const CWords& args, const COptions& options) {
     const bool quiet = HasOption(options, L"s");
-    if (EqualNoCase(word, L"LOCK")) {
-        if (item.Lock(&shell, HasOption(options, L"S"))) return instance ? 7 : (quiet ? 384 : 383);
-        return 0;
-    }
-    if (EqualNoCase(word, L"UNLOCK")) {
-        const bool wasOwner = item.Lock(&shell, false);
-        item.Unlock(false);
-        if (!wasOwner) return instance ? 7 : (quiet ? 411 : 410);
-        return 0;
-    }
-    if (EqualNoCase(word, L"TRYLOCK")) {
-        long long timeout = 1;
-        if (args.size() > 1 && !EvalInteger(args[1].text, timeout)) timeout = 1;
-        bool wasOwner = false;
-        if (!item.LockIfFree(&shell, wasOwner, static_cast<int>(timeout), HasOption(options, L"S")))
-            return quiet ? 382 : 381;
-        if (wasOwner) return quiet ? 384 : 383;
-        return 0;
-    }
-    return -1;
+    long long timeout = 1;
+    if (!args.empty() && !EvalInteger(args[0].text, timeout)) timeout = 1;
+    bool wasOwner = false;
+    if (!item.LockIfFree(&shell, wasOwner, static_cast<int>(timeout), HasOption(options, L"S")))
+        return Silent(RC_LOCKED_BY_OTHER, quiet);
+    return wasOwner ? Silent(RC_ALREADY_OWNER, quiet) : 0;
 }
 
 int CShellItemKind::Set(CShell& shell, void* object, const Text& name, CWords& args, COptions& options,
                         Text& result) {
     CShellItem& item = *AsItem(object);
-    const int word = LockWord(shell, item, args, options, Kind() == KIND_INSTANCE);
-    if (word >= 0) {
-        result = IntText(word);
-        return word;
+    // The lock words in full are every item's, whether its kind lists them or not.
+    if (!args.empty() && args[0].kind == SWord::Plain) {
+        const Text& word = args[0].text;
+        const bool instance = Kind() == KIND_INSTANCE;
+        int code = -1;
+        if (EqualNoCase(word, L"LOCK")) {
+            code = Lock(shell, item, options, instance);
+        } else if (EqualNoCase(word, L"UNLOCK")) {
+            code = Unlock(shell, item, options, instance);
+        } else if (EqualNoCase(word, L"TRYLOCK")) {
+            const CWords rest(args.begin() + 1, args.end());
+            code = TryLock(shell, item, rest, options);
+        }
+        if (code >= 0) {
+            result = IntText(code);
+            return code;
+        }
     }
-    if (!m_lockEachSet) return SetItem(shell, item, name, args, options, result);
+    if (!m_lockEachSet || !HoldsFor(args)) return SetItem(shell, item, name, args, options, result);
     const bool wasOwner = item.Lock(&shell, false);
     const int code = SetItem(shell, item, name, args, options, result);
     item.Unlock(wasOwner);

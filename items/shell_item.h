@@ -8,8 +8,10 @@
 #include <condition_variable>
 #include <mutex>
 
+#include "base/subcommand_table.h"
 #include "base/text.h"
 #include "shell/item_kind.h"
+#include "shell/rc_codes.h"
 
 class CShell;
 class CShellEnv;
@@ -83,6 +85,30 @@ using CItemSection = std::lock_guard<std::recursive_mutex>;
 // The item kind of every CShellItem: shares and the lock words. Objects are
 // CShellItem* stored as void*. Kinds whose SET holds the item for the whole
 // command (tables and files) say so with `lockEachSet`.
+// One SET on an item of kind Item, as its keyword's handler gets it: the
+// words behind the keyword, the options, the result text, and whether the
+// silent option was given.
+template <class Item> struct SSetCall {
+    CShell& shell;
+    Item& item;
+    CWords& args;
+    COptions& options;
+    Text& result;
+    const wchar_t* keyword;
+    bool quiet;
+};
+template <class Item> using SetHandler = int (*)(SSetCall<Item>&);
+// The SET keywords of a kind: one row and one function per keyword, registered
+// under the kind's keyword for KVOCONSTANTS and HELP.
+template <class Item> using CSetTable = CSubcommandTable<SetHandler<Item>>;
+template <class Item> using SSetRow = SSubcommand<SetHandler<Item>>;
+
+// Row options every SET table knows; a kind's own flags start at SET_KIND_FLAGS.
+enum : unsigned {
+    SET_UNHELD = 1u << 0, // runs without holding the item (the lock words themselves)
+    SET_KIND_FLAGS = 1u << 8,
+};
+
 class CShellItemKind : public CItemKind {
 public:
     CShellItemKind(int kind, const wchar_t* keyword, const wchar_t* prefix, bool lockEachSet)
@@ -93,20 +119,52 @@ public:
     int Set(CShell& shell, void* object, const Text& name, CWords& args, COptions& options,
             Text& result) final;
 
-    // LOCK, UNLOCK, TRYLOCK with their codes (silent twins with /s... as told by the
-    // caller); -1 when the first word is none of them.
-    static int LockWord(CShell& shell, CShellItem& item, CWords& args, COptions& options, bool instance);
+    // LOCK, UNLOCK, TRYLOCK with their codes (silent twins with /s; an
+    // instance answers 7 where the others name the owner state). `args` are
+    // the words behind the keyword.
+    static int Lock(CShell& shell, CShellItem& item, const COptions& options, bool instance);
+    static int Unlock(CShell& shell, CShellItem& item, const COptions& options, bool instance);
+    static int TryLock(CShell& shell, CShellItem& item, const CWords& args, const COptions& options);
 
 protected:
     // The kind's own SET, with the item held when the kind locks each SET.
     virtual int SetItem(CShell&, CShellItem&, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
                         Text& /*result*/) {
-        return 261;
+        return RC_SET_UNSUPPORTED_KIND;
     }
+    // False for a SET that must not hold the item: an abbreviated lock word.
+    virtual bool HoldsFor(const CWords& /*args*/) { return true; }
 
 private:
     bool m_lockEachSet;
 };
+
+// The lock words as rows of a kind's SET table; like every lock word they
+// answer their code as the result.
+template <class Item> int SetLock(SSetCall<Item>& call) {
+    const int code = CShellItemKind::Lock(call.shell, call.item, call.options, false);
+    call.result = IntText(code);
+    return code;
+}
+template <class Item> int SetUnlock(SSetCall<Item>& call) {
+    const int code = CShellItemKind::Unlock(call.shell, call.item, call.options, false);
+    call.result = IntText(code);
+    return code;
+}
+template <class Item> int SetTryLock(SSetCall<Item>& call) {
+    const int code = CShellItemKind::TryLock(call.shell, call.item, call.args, call.options);
+    call.result = IntText(code);
+    return code;
+}
+template <class Item> constexpr SSetRow<Item> kSetLockRow{L"LOCK", SetLock<Item>, 0, SET_UNHELD};
+template <class Item> constexpr SSetRow<Item> kSetUnlockRow{L"UNLOCK", SetUnlock<Item>, 0, SET_UNHELD};
+template <class Item> constexpr SSetRow<Item> kSetTryLockRow{L"TRYLOCK", SetTryLock<Item>, 0, SET_UNHELD};
+
+// True when the first word selects a row of `table` that runs unheld.
+template <class Item> bool SetRowUnheld(const CSetTable<Item>& table, const CWords& args) {
+    const SSetRow<Item>* row = args.empty() ? nullptr : table.Find(args[0].text);
+    return row && (row->options & SET_UNHELD);
+}
 
 inline CShellItem* AsItem(void* object) {
     return static_cast<CShellItem*>(object);

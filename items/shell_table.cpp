@@ -14,6 +14,7 @@
 #include "expr/numeric_args.h"
 #include "items/table_data.h"
 #include "numeric/matrix.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 
 struct CShellTable::SSavedTags {
@@ -153,25 +154,18 @@ void CShellTable::Describe(Text& out) {
     out = Format(L"CShellTable %p (%s), usage count %d", static_cast<void*>(this), word, m_nShare);
 }
 
-int CShellTable::FetchChanged(int bits) {
-    CItemSection hold(m_cs);
-    const int got = m_nChanged & bits;
-    m_nChanged &= ~bits;
-    return got;
-}
-
 // Fields -------------------------------------------------------------------------------------
 
 int CShellTable::DefineField(int index, int type, TextView name) {
     CItemSection hold(m_cs);
-    if (index < 0) return 403;
-    if (index >= m_nFields) return 401;
-    if (type < FIELD_NAME || type > FIELD_NUMBER) return 112;
-    if (IsParameter() && type != FIELD_INTEGER && type != FIELD_NUMBER) return 407;
-    if (m_pFields[index].Defined()) return 405;
-    if (!IsValidTableName(name)) return 461;
+    if (index < 0) return RC_NEGATIVE_FIELD_INDEX;
+    if (index >= m_nFields) return RC_TOO_MANY_FIELDS;
+    if (type < FIELD_NAME || type > FIELD_NUMBER) return RC_BAD_FIELD_TYPE;
+    if (IsParameter() && type != FIELD_INTEGER && type != FIELD_NUMBER) return RC_NON_NUMERIC_PARAMETER_FIELD;
+    if (m_pFields[index].Defined()) return RC_FIELD_REDEFINED;
+    if (!IsValidTableName(name)) return RC_BAD_FIELD_NAME;
     for (int f = 0; f < m_nFields; ++f)
-        if (m_pFields[f].Defined() && EqualNoCase(m_pFields[f].m_sName, name)) return 114;
+        if (m_pFields[f].Defined() && EqualNoCase(m_pFields[f].m_sName, name)) return RC_BAD_FIELD_DEFINITION;
     m_pFields[index].Reset();
     m_pFields[index].m_nType = type;
     m_pFields[index].m_sName = Text(name);
@@ -182,8 +176,8 @@ int CShellTable::DefineField(int index, int type, TextView name) {
 
 int CShellTable::UndefineField(int field) {
     CItemSection hold(m_cs);
-    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return 57;
-    if ((m_nKind & TABLE_DIRECTORY) && field < 3) return 405;
+    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return RC_NO_SUCH_FIELD;
+    if ((m_nKind & TABLE_DIRECTORY) && field < 3) return RC_FIELD_REDEFINED;
     if (!IsParameter())
         for (long r = 0; r < m_nRows; ++r) ClearCell(m_ppRows[r]->cells[field]);
     m_pFields[field].Reset();
@@ -193,10 +187,11 @@ int CShellTable::UndefineField(int field) {
 
 int CShellTable::RenameField(int field, TextView name) {
     CItemSection hold(m_cs);
-    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return 459;
-    if (!IsValidTableName(name)) return 461;
+    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return RC_CANNOT_RENAME_FIELD;
+    if (!IsValidTableName(name)) return RC_BAD_FIELD_NAME;
     for (int f = 0; f < m_nFields; ++f)
-        if (f != field && m_pFields[f].Defined() && EqualNoCase(m_pFields[f].m_sName, name)) return 459;
+        if (f != field && m_pFields[f].Defined() && EqualNoCase(m_pFields[f].m_sName, name))
+            return RC_CANNOT_RENAME_FIELD;
     m_pFields[field].m_sName = Text(name);
     m_nChanged |= TABLE_CHANGED_FIELDS;
     return 0;
@@ -534,7 +529,8 @@ int CShellTable::WriteCellText(STableRow& row, int field, TextView text) {
             return 0;
         }
         double value = 0;
-        if (!CellNumber(text, value)) return f.m_nType == FIELD_INTEGER ? 154 : 152;
+        if (!CellNumber(text, value))
+            return f.m_nType == FIELD_INTEGER ? RC_INTEGER_EXPECTED : RC_NUMBER_EXPECTED;
         place[field] = f.m_nType == FIELD_INTEGER ? std::trunc(value) : value;
         return 0;
     }
@@ -546,7 +542,7 @@ int CShellTable::WriteCellText(STableRow& row, int field, TextView text) {
     switch (f.m_nType) {
     case FIELD_NAME:
     case FIELD_STRING: {
-        if (f.m_nType == FIELD_NAME && !IsValidTableName(text)) return 31;
+        if (f.m_nType == FIELD_NAME && !IsValidTableName(text)) return RC_NAME_EXPECTED;
         if (cell.type == FIELD_NAME || cell.type == FIELD_STRING) {
             cell.s->assign(text);
         } else {
@@ -558,7 +554,8 @@ int CShellTable::WriteCellText(STableRow& row, int field, TextView text) {
     case FIELD_INTEGER:
     case FIELD_NUMBER: {
         double value = 0;
-        if (!CellNumber(text, value)) return f.m_nType == FIELD_INTEGER ? 154 : 152;
+        if (!CellNumber(text, value))
+            return f.m_nType == FIELD_INTEGER ? RC_INTEGER_EXPECTED : RC_NUMBER_EXPECTED;
         ClearCell(cell);
         cell.type = f.m_nType;
         if (f.m_nType == FIELD_INTEGER)
@@ -568,14 +565,14 @@ int CShellTable::WriteCellText(STableRow& row, int field, TextView text) {
         return 0;
     }
     default:
-        return 57;
+        return RC_NO_SUCH_FIELD;
     }
 }
 
 int CShellTable::SetCell(long row, int field, TextView text) {
     CItemSection hold(m_cs);
-    if (row < 0 || row >= m_nRows) return 416;
-    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return 57;
+    if (row < 0 || row >= m_nRows) return RC_NO_SUCH_ENTRY_INDEX;
+    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return RC_NO_SUCH_FIELD;
     const int code = WriteCellText(*m_ppRows[row], field, text);
     if (!code) m_nChanged |= TABLE_CHANGED_CONTENT;
     return code;
@@ -583,8 +580,8 @@ int CShellTable::SetCell(long row, int field, TextView text) {
 
 int CShellTable::SetNumber(long row, int field, double value) {
     CItemSection hold(m_cs);
-    if (row < 0 || row >= m_nRows) return 416;
-    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return 57;
+    if (row < 0 || row >= m_nRows) return RC_NO_SUCH_ENTRY_INDEX;
+    if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return RC_NO_SUCH_FIELD;
     const CShellTableField& f = m_pFields[field];
     m_nChanged |= TABLE_CHANGED_CONTENT;
     if (IsParameter()) {

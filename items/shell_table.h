@@ -103,8 +103,6 @@ public:
     bool IsRanged() const { return m_bRanged; }
     void SetRanged(bool on);
 
-    // Changes since a reader asked: fetches and clears the chosen bits.
-    int FetchChanged(int bits);
 
     void Describe(Text& out) override;
 

@@ -13,27 +13,6 @@
 
 namespace {
 
-static constexpr const wchar_t* kFieldTypeWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
-const CKeywordTable kFieldTypes(kFieldTypeWords);
-
-static constexpr const wchar_t* kSetWords[] = {L"DEFINE", L"CONFIG",  L"MODE",      L"FORMAT",
-                                               L"SORT",   L"COPY",    L"FIND",      L"LOCK",
-                                               L"UNLOCK", L"TRYLOCK", L"CLIPBOARD", nullptr};
-const CKeywordTable kSetKeywords(kSetWords);
-enum {
-    SET_DEFINE,
-    SET_CONFIG,
-    SET_MODE,
-    SET_FORMAT,
-    SET_SORT,
-    SET_COPY,
-    SET_FIND,
-    SET_LOCK,
-    SET_UNLOCK,
-    SET_TRYLOCK,
-    SET_CLIPBOARD
-};
-
 // /I= and /N=: 0 when absent, -110 or -111 on a bad option.
 long SizeOption(const COptions& options, const wchar_t* letters) {
     const SOption* o = FindOption(options, letters);
@@ -65,13 +44,14 @@ int ParseDefinition(const Text& text, bool parameter, SFieldDefinition& def) {
     const size_t c2 = text.find(L':', c1 + 1);
     const Text type = text.substr(c1 + 1, c2 == Text::npos ? Text::npos : c2 - c1 - 1);
     if (!type.empty()) {
-        const int k = kFieldTypes.Find(type, true);
-        if (k < 0) return 112;
+        const int k = FieldTypeWords().FindIndex(type, true);
+        if (k < 0) return RC_BAD_FIELD_TYPE;
         def.type = k + 1;
     }
     if (c2 == Text::npos) return 0;
     long long count = 0;
-    if (!EvalInteger(text.substr(c2 + 1), count) || count < 1 || count > 1000000) return 113;
+    if (!EvalInteger(text.substr(c2 + 1), count) || count < 1 || count > 1000000)
+        return RC_BAD_FIELD_REPETITION;
     def.count = static_cast<int>(count);
     def.repeated = true;
     return 0;
@@ -79,7 +59,7 @@ int ParseDefinition(const Text& text, bool parameter, SFieldDefinition& def) {
 
 int CreateFromSource(CShell& shell, const CWords& args, const COptions& options, long start, long chunk,
                      CShellTable*& made) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     const Text prefix = args.size() > 1 ? args[1].text : Text(L"X");
     const bool transpose = HasOption(options, L"Rr");
     const bool tagged = HasOption(options, L"Tt");
@@ -119,11 +99,11 @@ int CreateFromSource(CShell& shell, const CWords& args, const COptions& options,
         return 0;
     }
     Matrix value;
-    if (!ValueOfText(shell, args[0].text, value)) return 96;
+    if (!ValueOfText(shell, args[0].text, value)) return RC_TYPE_MISMATCH;
     made = CShellTable::FromMatrix(&shell.Env(), value, prefix, transpose,
                                    start > 0 ? start : (transpose ? value.Cols() : value.Rows()));
     if (made && chunk > 0) made->m_nChunkSize = std::max(chunk, 50L);
-    return made ? 0 : 264;
+    return made ? 0 : RC_CANNOT_GROW_TABLE;
 }
 
 int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& made) {
@@ -152,10 +132,10 @@ int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& ma
             fields = 0;
             for (const SFieldDefinition& d : defs) fields += d.count;
         } else if (!EvalInteger(args[0].text, fields)) {
-            return 66;
+            return RC_BAD_ARG3;
         }
     }
-    if (fields < 1) return 2;
+    if (fields < 1) return RC_TOO_FEW_ARGUMENTS;
     if (fields >= 2 || !defs.empty()) kind |= TABLE_EXTENDED;
 
     auto* t = new CShellTable(&shell.Env(), kind, static_cast<int>(std::min<long long>(fields, 1 << 20)),
@@ -172,11 +152,11 @@ int CreateTable(CShell& shell, CWords& args, COptions& options, CShellTable*& ma
             continue;
         }
         for (int n = 0; n < d.count; ++n, ++slot) {
-            if (slot >= t->m_nFields) return fail(114);
+            if (slot >= t->m_nFields) return fail(RC_BAD_FIELD_DEFINITION);
             const Text name = d.repeated ? Format(L"%s%d", d.name.c_str(), n) : d.name;
             const int code = t->DefineField(slot, d.type, name);
-            if (code == 407 || code == 112) return fail(code);
-            if (code) return fail(114);
+            if (code == RC_NON_NUMERIC_PARAMETER_FIELD || code == RC_BAD_FIELD_TYPE) return fail(code);
+            if (code) return fail(RC_BAD_FIELD_DEFINITION);
         }
     }
     // One-field tables keep whole lines: "$$" is a separator nobody types.
@@ -200,7 +180,7 @@ int CTableKind::Create(CShell& shell, const Text&, CWords& args, COptions& optio
     // The segment table of the current sound file belongs to the sound layer.
     if (HasOption(options, L"S")) {
         const SegmentTableSource source = g_segmentSource.load();
-        if (!source) return 157;
+        if (!source) return RC_NOT_SUPPORTED;
         CShellTable* segments = nullptr;
         if (const int code = source(shell, segments)) return quiet ? SilentTwin(code, code) : code;
         segments->AddRef();
@@ -234,7 +214,7 @@ long EnsureTableRow(CShellTable& t, long index, bool real) {
 namespace {
 
 int TagCommand(CShellTable& t, const COptions& options) {
-    if (HasOption(options, L"Dd")) return t.DeleteTagged() < 0 ? 418 : 0;
+    if (HasOption(options, L"Dd")) return t.DeleteTagged() < 0 ? RC_ENTRY_ACCESS_FAILED : 0;
     if (HasOption(options, L"Tt")) {
         t.SetRanged(true);
         return 0;
@@ -264,10 +244,10 @@ int WriteRow(CShellTable& t, long row, const CWords& args, size_t first) {
     const size_t n = args.size() - first;
     if (n == 0) return 0;
     if (n == 1) return t.SetRowText(row, args[first].text);
-    if (n % 2) return 2;
+    if (n % 2) return RC_TOO_FEW_ARGUMENTS;
     for (size_t k = first; k + 1 < args.size(); k += 2) {
         const int field = t.FindField(args[k].text);
-        if (field < 0) return 57;
+        if (field < 0) return RC_NO_SUCH_FIELD;
         if (const int code = t.SetCell(row, field, args[k + 1].text)) return code;
     }
     return 0;
@@ -278,17 +258,17 @@ int SetPlainRow(CShellTable& t, const CWords& args, const COptions& options, boo
     const bool hasText = args.size() > 1;
     if (!append && !hasText && !HasOption(options, L"TtUu")) {
         const long row = t.MacroRow(index, real);
-        if (row < 0) return 416;
-        return t.DeleteRow(row) ? 0 : 418;
+        if (row < 0) return RC_NO_SUCH_ENTRY_INDEX;
+        return t.DeleteRow(row) ? 0 : RC_ENTRY_ACCESS_FAILED;
     }
     const long row = append ? t.AppendRows(1) : EnsureTableRow(t, index, real);
-    if (row < 0) return 414;
+    if (row < 0) return RC_CANNOT_ADD_ENTRY;
     if (!hasText) {
         if (HasOption(options, L"Tt")) t.SetTag(row, true);
         if (HasOption(options, L"Uu")) t.SetTag(row, false);
     } else {
         TagOptions(t, row, options);
-        if (!t.SetRowString(row, JoinWords(args, 1))) return 418;
+        if (!t.SetRowString(row, JoinWords(args, 1))) return RC_ENTRY_ACCESS_FAILED;
     }
     result = IntText(row);
     return 0;
@@ -298,11 +278,11 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
                    bool real, Text& result) {
     if (!append && HasOption(options, L"Dd")) {
         const long row = t.MacroRow(index, real);
-        if (row < 0 || !t.DeleteRow(row)) return 416;
+        if (row < 0 || !t.DeleteRow(row)) return RC_NO_SUCH_ENTRY_INDEX;
         return 0;
     }
     long row = append ? t.AppendRows(1) : EnsureTableRow(t, index, real);
-    if (row < 0) return 414;
+    if (row < 0) return RC_CANNOT_ADD_ENTRY;
     result = IntText(row);
     // /N repeats the write: a count of rows (appending), "A" all rows from here, "T" visible rows.
     const SOption* many = FindOption(options, L"Nn");
@@ -313,7 +293,7 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
     const Text& how = many->text;
     long long count = 1;
     const bool all = EqualNoCase(how, L"A"), visible = EqualNoCase(how, L"T");
-    if (!all && !visible && !EvalInteger(how, count)) return 111;
+    if (!all && !visible && !EvalInteger(how, count)) return RC_BAD_OPTION_ARGUMENT;
     // From the addressed row on, in real rows.
     const long start = row;
     if (visible) {
@@ -328,14 +308,54 @@ int SetExtendedRow(CShellTable& t, const CWords& args, const COptions& options, 
     const long last = all ? t.m_nRows - 1 : start + static_cast<long>(count) - 1;
     for (long k = start; k <= last; ++k) {
         row = EnsureTableRow(t, k, true);
-        if (row < 0) return 414;
+        if (row < 0) return RC_CANNOT_ADD_ENTRY;
         TagOptions(t, row, options);
         if (const int code = WriteRow(t, row, args, 1)) return code;
     }
     return 0;
 }
 
+// FIND condition...: tags the rows that meet the conditions; with none, all rows.
+int TableFind(STableSet& c) {
+    CShellTable& t = c.item;
+    if (c.args.empty()) {
+        t.SetRanged(false);
+        t.SetAllTags(true);
+        return 0;
+    }
+    std::vector<Text> conditions;
+    for (const SWord& w : c.args) conditions.push_back(w.text);
+    return t.FindRows(conditions, HasOption(c.options, L"S"), HasOption(c.options, L"Ii"),
+                      HasOption(c.options, L"Tt"));
+}
+
+using STableRow = SSetRow<CShellTable>;
+enum : unsigned { TABLE_ON_PLAIN = SET_KIND_FLAGS }; // the keyword also works on a simple table
+
+// The order is the language's (KVOCONSTANTS TABLE).
+constexpr STableRow kTableRows[] = {
+    {L"DEFINE", TableDefine},
+    {L"CONFIG", TableConfig},
+    {L"MODE", TableMode},
+    {L"FORMAT", TableFormat},
+    {L"SORT", TableSort, 0, TABLE_ON_PLAIN},
+    {L"COPY", TableCopy},
+    {L"FIND", TableFind},
+    kSetLockRow<CShellTable>,
+    kSetUnlockRow<CShellTable>,
+    kSetTryLockRow<CShellTable>,
+    {L"CLIPBOARD", TableClipboard},
+};
+CSetTable<CShellTable> g_tableSet(L"TABLE", kTableRows);
+
 int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Text& result) {
+    // The lock words run unheld: the table is theirs to take.
+    if (SetRowUnheld(g_tableSet, args)) {
+        const STableRow& row = *g_tableSet.Find(args[0].text);
+        CWords rest(args.begin() + 1, args.end());
+        STableSet call{shell, t, rest, options, result, row.keyword, false};
+        return row.handler(call);
+    }
     CItemSection hold(t.m_cs);
     if (args.empty()) return TagCommand(t, options);
     const Text& first = args[0].text;
@@ -345,53 +365,44 @@ int SetTable(CShell& shell, CShellTable& t, CWords& args, COptions& options, Tex
     const bool append = first == L"*";
     if (append || (args[0].kind == SWord::Plain && !first.empty() && !iswalpha(first[0]) &&
                    EvalInteger(first, index))) {
-        if (!append && index < 0) return 153;
+        if (!append && index < 0) return RC_TABLE_INDEX_OUT_OF_RANGE;
         return plain ? SetPlainRow(t, args, options, append, static_cast<long>(index), real, result)
                      : SetExtendedRow(t, args, options, append, static_cast<long>(index), real, result);
     }
-    const int keyword = kSetKeywords.Find(first);
-    if (keyword < 0) return 4;
+    const STableRow* row = g_tableSet.Find(first);
+    if (!row) return RC_INVALID_ARGUMENT;
+    if (plain && !(row->options & TABLE_ON_PLAIN)) return RC_INVALID_ARGUMENT;
     CWords rest(args.begin() + 1, args.end());
-    if (plain && keyword != SET_SORT) return 4;
-    switch (keyword) {
-    case SET_DEFINE:
-        return TableDefine(t, rest, options);
-    case SET_CONFIG:
-        return TableConfig(t, rest);
-    case SET_MODE:
-        return TableMode(t, rest);
-    case SET_FORMAT:
-        return TableFormat(t, rest);
-    case SET_SORT:
-        return TableSort(t, rest, options);
-    case SET_COPY:
-        return TableCopy(shell, t, rest, options);
-    case SET_FIND: {
-        if (rest.empty()) {
-            t.SetRanged(false);
-            t.SetAllTags(true);
-            return 0;
-        }
-        std::vector<Text> conditions;
-        for (const SWord& w : rest) conditions.push_back(w.text);
-        return t.FindRows(conditions, HasOption(options, L"S"), HasOption(options, L"Ii"),
-                          HasOption(options, L"Tt"));
-    }
-    case SET_CLIPBOARD:
-        return TableClipboard(t, options);
-    default:
-        return 4; // abbreviated lock words: the full words were taken before
-    }
+    STableSet call{shell, t, rest, options, result, row->keyword, false};
+    return row->handler(call);
 }
 
 } // namespace
 
+const CKeywordList& FieldTypeWords() {
+    static constexpr const wchar_t* kWords[] = {L"Name", L"String", L"Integer", L"Number", nullptr};
+    static const CKeywordList list(L"FIELDTYPES", kWords);
+    return list;
+}
+
+CKeywordList& SortDirectionList() {
+    static constexpr const wchar_t* kWords[] = {L"Ascending", L"Descending", nullptr};
+    static CKeywordList list(L"SORTDIR", kWords);
+    return list;
+}
+
+const CKeywordList& SortDirections() {
+    return SortDirectionList();
+}
+
 int CTableKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
                         Text& result) {
     auto& t = static_cast<CShellTable&>(item);
-    const int code = SetTable(shell, t, args, options, result);
-    if (code && HasOption(options, L"s")) return SilentTwin(code, code);
-    return code;
+    return Silent(SetTable(shell, t, args, options, result), HasOption(options, L"s"));
+}
+
+bool CTableKind::HoldsFor(const CWords& args) {
+    return !SetRowUnheld(g_tableSet, args);
 }
 
 // The evaluator's and the shell's ways in ----------------------------------------------------------
@@ -442,5 +453,7 @@ CTableKind g_tableKind;
 
 void RegisterTables() {
     CItemKindRegistry::Register(&g_tableKind);
+    CSubcommandRegistry::Register(g_tableSet);
+    CSubcommandRegistry::Register(SortDirectionList());
     RegisterTableCommands();
 }

@@ -22,6 +22,7 @@ public:
 protected:
     int SetItem(CShell& shell, CShellItem& item, const Text& name, CWords& args, COptions& options,
                 Text& result) override;
+    bool HoldsFor(const CWords& args) override;
 };
 
 inline CShellTable& AsTable(void* object) {
@@ -32,13 +33,19 @@ inline void* AsObject(CShellTable* table) {
 }
 
 // The keyword handlers of SET t, each with the words behind the keyword.
-int TableDefine(CShellTable& t, CWords& args, COptions& options);
-int TableConfig(CShellTable& t, CWords& args);
-int TableMode(CShellTable& t, CWords& args);
-int TableFormat(CShellTable& t, CWords& args);
-int TableSort(CShellTable& t, CWords& args, COptions& options);
-int TableCopy(CShell& shell, CShellTable& t, CWords& args, COptions& options);
-int TableClipboard(CShellTable& t, COptions& options);
+using STableSet = SSetCall<CShellTable>;
+int TableDefine(STableSet& c);
+int TableConfig(STableSet& c);
+int TableMode(STableSet& c);
+int TableFormat(STableSet& c);
+int TableSort(STableSet& c);
+int TableCopy(STableSet& c);
+int TableClipboard(STableSet& c);
+
+// The words of a field's type in NEW TABLE and SET t DEFINE: the index plus 1
+// is the FIELD_ type. And the directions of SET t SORT (KVOCONSTANTS SORTDIR).
+const CKeywordList& FieldTypeWords();
+const CKeywordList& SortDirections();
 
 // The real row for a row number a macro gives, appending rows up to it (tagged ones in a
 // ranged table, so that they are visible); -1 when rows cannot be added.

@@ -12,6 +12,7 @@
 #include "expr/numeric_args.h"
 #include "items/shell_table.h"
 #include "items/table_data.h"
+#include "shell/rc_codes.h"
 
 namespace {
 
@@ -150,7 +151,7 @@ private:
 int CShellTable::Sort(const std::vector<std::pair<int, int>>& keys, bool caseSensitive) {
     CItemSection hold(m_cs);
     for (auto [field, dir] : keys)
-        if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return 57;
+        if (field < 0 || field >= m_nFields || !m_pFields[field].Defined()) return RC_NO_SUCH_FIELD;
     if (keys.empty()) {
         ReverseRows();
         return 0;
@@ -268,7 +269,7 @@ static constexpr SOpWord kFindOps[] = {
 int ParseCondition(const CShellTable& table, const Text& text, SCondition& cond) {
     const size_t c1 = text.find(L':');
     cond.field = table.FindField(c1 == Text::npos ? TextView(text) : TextView(text).substr(0, c1));
-    if (cond.field < 0) return 57;
+    if (cond.field < 0) return RC_NO_SUCH_FIELD;
     if (c1 == Text::npos) return 0;
     const size_t c2 = text.find(L':', c1 + 1);
     const Text op = text.substr(c1 + 1, c2 == Text::npos ? Text::npos : c2 - c1 - 1);
@@ -277,14 +278,14 @@ int ParseCondition(const CShellTable& table, const Text& text, SCondition& cond)
     const bool numeric = table.Field(cond.field).Numeric() || table.IsParameter();
     for (const SOpWord& w : kFindOps) {
         if (!EqualNoCase(op, w.word)) continue;
-        if (numeric ? !w.onNumber : !w.onText) return 4;
+        if (numeric ? !w.onNumber : !w.onText) return RC_INVALID_ARGUMENT;
         cond.op = w.op;
         if (numeric && cond.op >= OP_EQ && cond.op <= OP_GE && !ParseWholeDouble(cond.value, cond.number) &&
             !EvalNumber(cond.value, cond.number))
-            return 152;
+            return RC_NUMBER_EXPECTED;
         return 0;
     }
-    return 4;
+    return RC_INVALID_ARGUMENT;
 }
 
 bool Satisfies(const CShellTable& table, long row, const SCondition& c) {
@@ -337,7 +338,7 @@ bool Satisfies(const CShellTable& table, long row, const SCondition& c) {
 
 int CShellTable::FindRows(const std::vector<Text>& conditions, bool tagAllFirst, bool invert, bool ranged) {
     CItemSection hold(m_cs);
-    if (conditions.size() % 2 == 0 && !conditions.empty()) return 2;
+    if (conditions.size() % 2 == 0 && !conditions.empty()) return RC_TOO_FEW_ARGUMENTS;
     std::vector<SCondition> chain;
     for (size_t k = 0; k < conditions.size(); k += 2) {
         SCondition cond;
@@ -348,7 +349,7 @@ int CShellTable::FindRows(const std::vector<Text>& conditions, bool tagAllFirst,
             else if (word == L"&&" || EqualNoCase(word, L"AND"))
                 cond.connector = 2;
             else
-                return 4;
+                return RC_INVALID_ARGUMENT;
         }
         if (const int code = ParseCondition(*this, conditions[k], cond)) return code;
         chain.push_back(std::move(cond));

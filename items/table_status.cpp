@@ -2,107 +2,49 @@
 #include <algorithm>
 #include <cmath>
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "expr/numeric_args.h"
 #include "items/table_kind.h"
 #include "numeric/matrix.h"
 #include "shell/command_registry.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 
 namespace {
-
-static constexpr const wchar_t* kAttributeWords[] = {
-    L"IO",     L"LSEP",  L"VSEP",   L"NUMFORMAT", L"INTFORMAT",    L"EXTENDED", L"DIRECTORY", L"PARAMETER",
-    L"RANGED", L"SHELL", L"FIELDS", L"USERS",     L"NROW",         L"NCOL",     L"STARTSZ",   L"CHUNKSZ",
-    L"MEMORY", L"SORT",  L"TAGGED", L"EDITABLE",  L"VUSERDEFAULT", L"MULTIROW", nullptr};
-const CKeywordTable kAttributes(kAttributeWords);
-enum {
-    A_IO,
-    A_LSEP,
-    A_VSEP,
-    A_NUMFORMAT,
-    A_INTFORMAT,
-    A_EXTENDED,
-    A_DIRECTORY,
-    A_PARAMETER,
-    A_RANGED,
-    A_SHELL,
-    A_FIELDS,
-    A_USERS,
-    A_NROW,
-    A_NCOL,
-    A_STARTSZ,
-    A_CHUNKSZ,
-    A_MEMORY,
-    A_SORT,
-    A_TAGGED,
-    A_EDITABLE,
-    A_VUSERDEFAULT,
-    A_MULTIROW
-};
-
-static constexpr const wchar_t* kFieldAttributeWords[] = {
-    L"TYPE",    L"NAME",   L"VISIBLE",  L"SCALE",        L"FORMAT",   L"MMODE",    L"MVALUE",
-    L"MSYMBOL", L"HEADER", L"WIDTH",    L"ALIGN",        L"SORTABLE", L"EDITABLE", L"VTABLE",
-    L"VFIELD",  L"VONLY",  L"VDEFAULT", L"VUSERDEFAULT", L"MULTIROW", nullptr};
-const CKeywordTable kFieldAttributes(kFieldAttributeWords);
-
-// "!word" as an attribute index; -1 for anything else.
-int Attribute(const Text& word) {
-    if (word.size() < 2 || word[0] != L'!') return -1;
-    return kAttributes.Find(TextView(word).substr(1));
-}
 
 Text Flag(bool on) {
     return on ? L"1" : L"0";
 }
 
-Text FieldAttribute(const CShellTableField& f, int attribute) {
-    static constexpr const wchar_t* kTypeNames[] = {L"", L"NAME", L"STRING", L"INT", L"NUM"};
-    switch (attribute) {
-    case 0:
-        return (f.m_nType >= 0 && f.m_nType <= 4) ? kTypeNames[f.m_nType] : L"";
-    case 1:
-        return f.m_sName;
-    case 2:
-        return Flag(f.m_bVisible);
-    case 3:
-        return DoubleText(f.m_dScale);
-    case 4:
-        return f.m_sFormat;
-    case 5:
-        return Flag(f.m_bMissing);
-    case 6:
-        return DoubleText(f.m_dMissing);
-    case 7:
-        return f.m_sMissing;
-    case 8:
-        return f.m_sHeader.empty() ? f.m_sName : f.m_sHeader;
-    case 9:
-        return DoubleText(f.m_dWidth);
-    case 10:
-        return Flag(f.m_nFlags & FIELD_ALIGN);
-    case 11:
-        return Flag(f.m_nFlags & FIELD_SORTABLE);
-    case 12:
-        return Flag(f.m_nFlags & FIELD_EDITABLE);
-    case 13:
-        return f.m_sVTable;
-    case 14:
-        return IntText(f.m_nVField);
-    case 15:
-        return Flag(f.m_nFlags & FIELD_VONLY);
-    case 16:
-        return Flag(f.m_nFlags & FIELD_VDEFAULT);
-    case 17:
-        return Flag(f.m_nFlags & FIELD_VUSERDEFAULT);
-    case 18:
-        return Flag(f.m_nFlags & FIELD_MULTIROW);
-    default:
-        return {};
-    }
-}
+// The attributes of one field, t[!FIELDS field !NAME].
+using FieldAttributeHandler = Text (*)(const CShellTableField& f);
+constexpr SSubcommand<FieldAttributeHandler> kFieldAttributes[] = {
+    {L"TYPE",
+     [](const CShellTableField& f) -> Text {
+         static constexpr const wchar_t* kTypeNames[] = {L"", L"NAME", L"STRING", L"INT", L"NUM"};
+         return (f.m_nType >= 0 && f.m_nType <= 4) ? kTypeNames[f.m_nType] : L"";
+     }},
+    {L"NAME", [](const CShellTableField& f) { return f.m_sName; }},
+    {L"VISIBLE", [](const CShellTableField& f) { return Flag(f.m_bVisible); }},
+    {L"SCALE", [](const CShellTableField& f) { return DoubleText(f.m_dScale); }},
+    {L"FORMAT", [](const CShellTableField& f) { return f.m_sFormat; }},
+    {L"MMODE", [](const CShellTableField& f) { return Flag(f.m_bMissing); }},
+    {L"MVALUE", [](const CShellTableField& f) { return DoubleText(f.m_dMissing); }},
+    {L"MSYMBOL", [](const CShellTableField& f) { return f.m_sMissing; }},
+    {L"HEADER", [](const CShellTableField& f) { return f.m_sHeader.empty() ? f.m_sName : f.m_sHeader; }},
+    {L"WIDTH", [](const CShellTableField& f) { return DoubleText(f.m_dWidth); }},
+    {L"ALIGN", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_ALIGN); }},
+    {L"SORTABLE", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_SORTABLE); }},
+    {L"EDITABLE", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_EDITABLE); }},
+    {L"VTABLE", [](const CShellTableField& f) { return f.m_sVTable; }},
+    {L"VFIELD", [](const CShellTableField& f) { return IntText(f.m_nVField); }},
+    {L"VONLY", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_VONLY); }},
+    {L"VDEFAULT", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_VDEFAULT); }},
+    {L"VUSERDEFAULT", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_VUSERDEFAULT); }},
+    {L"MULTIROW", [](const CShellTableField& f) { return Flag(f.m_nFlags & FIELD_MULTIROW); }},
+};
+const CSubcommandTable<FieldAttributeHandler> g_fieldAttributes(L"TABLE FIELD ATTRIBUTES", kFieldAttributes);
 
 bool RowNumber(const Text& text, long& row) {
     long long v = 0;
@@ -115,76 +57,81 @@ bool IsAll(const Text& text) {
     return text == L"*";
 }
 
-// The table-wide attributes.
-Text TableAttribute(CShell& shell, CShellTable& t, int attribute, const std::vector<Text>& args) {
-    switch (attribute) {
-    case A_IO:
-        return Flag(t.m_bNamedIO);
-    case A_LSEP:
-        return t.m_sLSep;
-    case A_VSEP:
-        return t.m_sVSep;
-    case A_NUMFORMAT:
-        return t.m_sNumFormat;
-    case A_INTFORMAT:
-        return t.m_sIntFormat;
-    case A_EXTENDED:
-        return Flag(t.m_nKind & TABLE_EXTENDED);
-    case A_DIRECTORY:
-        return Flag(t.m_nKind & TABLE_DIRECTORY);
-    case A_PARAMETER:
-        return Flag(t.m_nKind & TABLE_PARAMETER);
-    case A_RANGED:
-        return Flag(t.m_bRanged);
-    case A_SHELL:
-        return shell.IdText();
-    case A_FIELDS: {
-        if (args.size() < 2) return IntText(t.m_nFields);
-        const int field = t.FindField(args[1]);
-        if (field < 0) return {};
-        if (args.size() < 3) return t.FieldDefinition(field);
-        const int attr =
-            kFieldAttributes.Find(args[2][0] == L'!' ? TextView(args[2]).substr(1) : TextView(args[2]));
-        return attr < 0 ? Text() : FieldAttribute(t.Field(field), attr);
-    }
-    case A_USERS:
-        return IntText(t.m_nShare);
-    case A_NROW:
-        return IntText(t.GetRows());
-    case A_NCOL:
-        return IntText(t.GetFields(false));
-    case A_STARTSZ:
-        return IntText(t.m_nStartSize);
-    case A_CHUNKSZ:
-        return IntText(t.m_nChunkSize);
-    case A_MEMORY: {
-        long long all = 0, visible = 0;
-        t.MemoryEstimate(all, visible);
-        return Format(L"%d %d", static_cast<int>(all), static_cast<int>(visible));
-    }
-    case A_SORT:
-        return t.m_sSort;
-    case A_EDITABLE:
-    case A_VUSERDEFAULT:
-    case A_MULTIROW: {
-        if (args.size() < 2) return {};
-        const int field = t.FindField(args[1]);
-        if (field < 0) return {};
-        const int bit = attribute == A_EDITABLE
-                            ? FIELD_EDITABLE
-                            : (attribute == A_VUSERDEFAULT ? FIELD_VUSERDEFAULT : FIELD_MULTIROW);
-        return Flag(t.Field(field).m_nFlags & bit);
-    }
-    default:
-        return {};
-    }
+// The table-wide attributes t[!NAME ...], and TAGGED of a row, t[row, !TAGGED].
+struct STableQuery {
+    CShell& shell;
+    CShellTable& t;
+    const std::vector<Text>& args;
+    long row; // -1 for the table-wide form
+};
+using TableAttributeHandler = Text (*)(STableQuery& q);
+
+// A field flag of the field the second word names.
+Text FieldFlag(STableQuery& q, int bit) {
+    if (q.args.size() < 2) return {};
+    const int field = q.t.FindField(q.args[1]);
+    return field < 0 ? Text() : Flag(q.t.Field(field).m_nFlags & bit);
+}
+
+// !FIELDS: the count; with a field its definition; with a field attribute that attribute.
+Text FieldsAttribute(STableQuery& q) {
+    if (q.args.size() < 2) return IntText(q.t.m_nFields);
+    const int field = q.t.FindField(q.args[1]);
+    if (field < 0) return {};
+    if (q.args.size() < 3) return q.t.FieldDefinition(field);
+    const TextView word = q.args[2][0] == L'!' ? TextView(q.args[2]).substr(1) : TextView(q.args[2]);
+    const auto* attribute = g_fieldAttributes.Find(word);
+    return attribute ? attribute->handler(q.t.Field(field)) : Text();
+}
+
+Text MemoryAttribute(STableQuery& q) {
+    long long all = 0, visible = 0;
+    q.t.MemoryEstimate(all, visible);
+    return Format(L"%d %d", static_cast<int>(all), static_cast<int>(visible));
+}
+
+enum : unsigned { ATTRIBUTE_OF_ROW = 1 }; // also read as t[row, !NAME]
+
+constexpr SSubcommand<TableAttributeHandler> kTableAttributes[] = {
+    {L"IO", [](STableQuery& q) { return Flag(q.t.m_bNamedIO); }},
+    {L"LSEP", [](STableQuery& q) { return q.t.m_sLSep; }},
+    {L"VSEP", [](STableQuery& q) { return q.t.m_sVSep; }},
+    {L"NUMFORMAT", [](STableQuery& q) { return q.t.m_sNumFormat; }},
+    {L"INTFORMAT", [](STableQuery& q) { return q.t.m_sIntFormat; }},
+    {L"EXTENDED", [](STableQuery& q) { return Flag(q.t.m_nKind & TABLE_EXTENDED); }},
+    {L"DIRECTORY", [](STableQuery& q) { return Flag(q.t.m_nKind & TABLE_DIRECTORY); }},
+    {L"PARAMETER", [](STableQuery& q) { return Flag(q.t.m_nKind & TABLE_PARAMETER); }},
+    {L"RANGED", [](STableQuery& q) { return Flag(q.t.m_bRanged); }},
+    {L"SHELL", [](STableQuery& q) { return q.shell.IdText(); }},
+    {L"FIELDS", FieldsAttribute},
+    {L"USERS", [](STableQuery& q) { return IntText(q.t.m_nShare); }},
+    {L"NROW", [](STableQuery& q) { return IntText(q.t.GetRows()); }},
+    {L"NCOL", [](STableQuery& q) { return IntText(q.t.GetFields(false)); }},
+    {L"STARTSZ", [](STableQuery& q) { return IntText(q.t.m_nStartSize); }},
+    {L"CHUNKSZ", [](STableQuery& q) { return IntText(q.t.m_nChunkSize); }},
+    {L"MEMORY", MemoryAttribute},
+    {L"SORT", [](STableQuery& q) { return q.t.m_sSort; }},
+    {L"TAGGED", [](STableQuery& q) { return q.row < 0 ? Text() : Flag(q.t.IsTagged(q.row)); }, 0,
+     ATTRIBUTE_OF_ROW},
+    {L"EDITABLE", [](STableQuery& q) { return FieldFlag(q, FIELD_EDITABLE); }},
+    {L"VUSERDEFAULT", [](STableQuery& q) { return FieldFlag(q, FIELD_VUSERDEFAULT); }},
+    {L"MULTIROW", [](STableQuery& q) { return FieldFlag(q, FIELD_MULTIROW); }},
+};
+const CSubcommandTable<TableAttributeHandler> g_tableAttributes(L"TABLE ATTRIBUTES", kTableAttributes);
+
+// "!word" as an attribute; null for anything else.
+const SSubcommand<TableAttributeHandler>* Attribute(const Text& word) {
+    if (word.size() < 2 || word[0] != L'!') return nullptr;
+    return g_tableAttributes.Find(TextView(word).substr(1));
 }
 
 Text TableStatus(CShell& shell, CShellTable& t, const std::vector<Text>& args) {
     CItemSection hold(t.m_cs);
     if (args.empty()) return {};
-    const int attribute = Attribute(args[0]);
-    if (attribute >= 0) return TableAttribute(shell, t, attribute, args);
+    if (const auto* attribute = Attribute(args[0])) {
+        STableQuery query{shell, t, args, -1};
+        return attribute->handler(query);
+    }
     const bool plain = t.m_nKind == TABLE_PLAIN;
     if (args.size() == 1) {
         if (IsAll(args[0]))
@@ -223,7 +170,10 @@ Text TableStatus(CShell& shell, CShellTable& t, const std::vector<Text>& args) {
     if (!RowNumber(args[0], index)) return {};
     const long row = t.GetRowIndex(index);
     if (row < 0) return {};
-    if (Attribute(second) == A_TAGGED) return Flag(t.IsTagged(row));
+    if (const auto* attribute = Attribute(second); attribute && (attribute->options & ATTRIBUTE_OF_ROW)) {
+        STableQuery query{shell, t, args, row};
+        return attribute->handler(query);
+    }
     if (IsAll(second)) {
         Matrix m;
         if (!t.ToValue(index, -1, m)) return {};
@@ -280,7 +230,7 @@ int CTableKind::Status(CShell& shell, void* object, const std::vector<Text>& arg
 int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, TextView valueText) {
     CShellTable& t = AsTable(object);
     Matrix value;
-    if (!ValueOfText(shell, valueText, value)) return 96;
+    if (!ValueOfText(shell, valueText, value)) return RC_TYPE_MISMATCH;
     std::vector<Text> args;
     size_t start = 0;
     for (;;) {
@@ -290,15 +240,15 @@ int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, Te
         if (comma == TextView::npos) break;
         start = comma + 1;
     }
-    if (args.size() > 2) return 151;
+    if (args.size() > 2) return RC_BAD_TABLE_INDEX;
     const bool allRows = args[0].empty() || IsAll(args[0]);
     long index = 0;
-    if (!allRows && !RowNumber(args[0], index)) return 151;
-    if (!allRows && index < 0) return 151;
+    if (!allRows && !RowNumber(args[0], index)) return RC_BAD_TABLE_INDEX;
+    if (!allRows && index < 0) return RC_BAD_TABLE_INDEX;
     int field = -1;
     if (args.size() == 2 && !IsAll(args[1])) {
         field = t.FindField(args[1]);
-        if (field < 0) return 57;
+        if (field < 0) return RC_NO_SUCH_FIELD;
     }
     const bool real = (t.m_nMode & 2) != 0;
     CItemSection hold(t.m_cs);
@@ -306,25 +256,25 @@ int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, Te
         const long rows = std::max<long>(t.GetRows(), value.IsScalar() ? t.GetRows() : value.Rows());
         for (long v = 0; v < rows; ++v) {
             const long row = EnsureTableRow(t, v, real);
-            if (row < 0) return 151;
+            if (row < 0) return RC_BAD_TABLE_INDEX;
             const double x = value.IsScalar() ? value.Scalar() : value.At(static_cast<int>(v), 0);
             if (!value.IsScalar() && v >= value.Rows()) break;
-            if (t.SetNumber(row, field, x)) return 151;
+            if (t.SetNumber(row, field, x)) return RC_BAD_TABLE_INDEX;
         }
         return 0;
     }
     if (field >= 0) {
-        if (!value.IsScalar()) return 151;
+        if (!value.IsScalar()) return RC_BAD_TABLE_INDEX;
         const long row = EnsureTableRow(t, index, real);
-        if (row < 0) return 151;
-        return t.SetNumber(row, field, value.Scalar()) ? 151 : 0;
+        if (row < 0) return RC_BAD_TABLE_INDEX;
+        return t.SetNumber(row, field, value.Scalar()) ? RC_BAD_TABLE_INDEX : 0;
     }
     // No field: a row from the value's first column, or the whole table from the value.
     const long firstRow = allRows ? 0 : index;
     const long rows = allRows ? value.Rows() : 1;
     for (long r = 0; r < rows; ++r) {
         const long row = EnsureTableRow(t, firstRow + r, real);
-        if (row < 0) return 151;
+        if (row < 0) return RC_BAD_TABLE_INDEX;
         int column = 0;
         for (int f = 0; f < t.m_nFields; ++f) {
             if (!t.Field(f).Numeric()) continue;
@@ -332,7 +282,7 @@ int CTableKind::AssignElement(CShell& shell, void* object, TextView argsText, Te
             if (column >= n) break;
             const double x = allRows ? value.At(static_cast<int>(r), column) : value.At(column, 0);
             ++column;
-            if (t.SetNumber(row, f, x)) return 151;
+            if (t.SetNumber(row, f, x)) return RC_BAD_TABLE_INDEX;
         }
     }
     return 0;
@@ -347,15 +297,15 @@ namespace {
 int FindCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
     result.clear();
     CShellTable* t = CShellTable::Find(shell, args[0].text);
-    if (!t) return 115;
+    if (!t) return RC_TABLE_OR_NUMBER_EXPECTED;
     CItemSection hold(t->m_cs);
     int field = 0;
     if (args.size() > 2 && !args[2].text.empty() && args[2].text != L"*") {
         field = t->FindField(args[2].text);
-        if (field < 0) return 57;
+        if (field < 0) return RC_NO_SUCH_FIELD;
     }
     long start = 0;
-    if (args.size() > 3 && !RowNumber(args[3].text, start)) return 151;
+    if (args.size() > 3 && !RowNumber(args[3].text, start)) return RC_BAD_TABLE_INDEX;
     if (start < 0) start = 0;
     const Text& wanted = args[1].text;
     double number = 0;
@@ -377,14 +327,14 @@ int FindCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
             return 0;
         }
     }
-    return 194;
+    return RC_NO_SUCH_ENTRY;
 }
 
 // Without a list: the real numbers of the tagged rows. With one: exactly those rows are tagged.
 int TagsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
     result.clear();
     CShellTable* t = CShellTable::Find(shell, args[0].text);
-    if (!t) return 115;
+    if (!t) return RC_TABLE_OR_NUMBER_EXPECTED;
     CItemSection hold(t->m_cs);
     if (args.size() < 2) {
         for (long r = 0; r < t->m_nRows; ++r) {
@@ -404,7 +354,8 @@ int TagsCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
             while (end < list.size() && list[end] != L' ' && list[end] != L'\t') ++end;
             if (end > i) {
                 long row = 0;
-                if (!RowNumber(list.substr(i, end - i), row) || row < 0 || row >= t->m_nRows) return 153;
+                if (!RowNumber(list.substr(i, end - i), row) || row < 0 || row >= t->m_nRows)
+                    return RC_TABLE_INDEX_OUT_OF_RANGE;
                 rows.push_back(row);
             }
             i = end;

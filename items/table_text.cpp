@@ -6,6 +6,7 @@
 #include "expr/format_engine.h"
 #include "items/shell_table.h"
 #include "items/table_data.h"
+#include "shell/rc_codes.h"
 
 namespace {
 
@@ -72,7 +73,7 @@ Text FormatWith(const Text& format, double value, wchar_t decimal, const Text& f
 
 int CShellTable::SetRowText(long row, TextView text) {
     CItemSection hold(m_cs);
-    if (row < 0 || row >= m_nRows) return 416;
+    if (row < 0 || row >= m_nRows) return RC_NO_SUCH_ENTRY_INDEX;
     const std::vector<Text> tokens = SplitRow(text, RowSeparator(m_sLSep));
     int code = 0;
     auto put = [&](int field, Text value) {
@@ -101,7 +102,7 @@ int CShellTable::SetRowText(long row, TextView text) {
             if (at == Text::npos) continue;
             const int field = FindField(Trim(TextView(token).substr(0, at)));
             if (field < 0) {
-                if (!code) code = 57;
+                if (!code) code = RC_NO_SUCH_FIELD;
                 continue;
             }
             put(field, Trim(TextView(token).substr(at + m_sVSep.size())));

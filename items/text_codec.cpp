@@ -1,4 +1,5 @@
 #include "items/text_codec.h"
+#include "base/file_io.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -52,7 +53,8 @@ private:
 // Widens the leading bytes that stand for themselves: below 0x80, and with
 // `skipLo`..`skipHi` given, also the upper half outside that range. Returns
 // how many bytes were taken; it stops in front of the first other byte.
-size_t WidenAscii(const unsigned char* b, size_t length, CChunkWriter& w, int skipLo = 0x80, int skipHi = 0xFF) {
+size_t WidenAscii(const unsigned char* b, size_t length, CChunkWriter& w, int skipLo = 0x80,
+                  int skipHi = 0xFF) {
     size_t i = 0;
 #ifdef __SSE2__
     // Unsigned range test by signed compares: x - lo, moved by 0x80, against the width moved the same.
@@ -93,30 +95,11 @@ void ReserveText(Text& out, size_t length) {
 }
 
 bool ReadAt(int fd, off_t at, void* buffer, size_t length) {
-    auto* p = static_cast<char*>(buffer);
-    while (length > 0) {
-        const ssize_t n = ::pread(fd, p, length, at);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        p += n;
-        at += n;
-        length -= static_cast<size_t>(n);
-    }
-    return true;
+    return ReadFullyAt(fd, at, buffer, length) == static_cast<long long>(length);
 }
 
 bool WriteAt(int fd, off_t at, const std::string& bytes) {
-    const char* p = bytes.data();
-    size_t length = bytes.size();
-    while (length > 0) {
-        const ssize_t n = ::pwrite(fd, p, length, at);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        p += n;
-        at += n;
-        length -= static_cast<size_t>(n);
-    }
-    return true;
+    return WriteFullyAt(fd, at, bytes.data(), bytes.size());
 }
 
 bool StartsWithUtf8Bom(int fd) {

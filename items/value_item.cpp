@@ -4,6 +4,7 @@
 
 #include "base/keyword_table.h"
 #include "expr/numeric_args.h"
+#include "items/shell_item.h"
 #include "shell/error_table.h"
 #include "shell/item_kind.h"
 #include "shell/message_codes.h"
@@ -64,28 +65,27 @@ Text CShellValue::DataText() {
 
 namespace {
 
-constexpr const wchar_t* kSetWords[] = {L"TIMER", L"INPUT", L"OUTPUT", nullptr};
-const CKeywordTable kSetTable(kSetWords);
-constexpr const wchar_t* kSwitchWords[] = {L"OFF", L"ON", nullptr};
-const CKeywordTable kSwitchTable(kSwitchWords);
-constexpr const wchar_t* kAttributeWords[] = {L"INPUT",    L"OUTPUT",  L"TYPE",    L"DATA",
-                                              L"TIMER",    L"TIMEOUT", L"ELAPSED", L"DIFFTIME",
-                                              L"DATAONLY", L"NROW",    L"NCOL",    nullptr};
-const CKeywordTable kAttributeTable(kAttributeWords);
+using SValueSet = SSetCall<CShellValue>;
+
+// The words of TIMER's switch (KVOCONSTANTS SWITCH).
+constexpr const wchar_t* kSwitchWords[] = {L"Off", L"On", nullptr};
+CKeywordList g_switch(L"SWITCH", kSwitchWords);
 constexpr const wchar_t* kTypeNames[] = {L"NONE", L"STRING", L"NUMBER", L"VECTOR", L"ARRAY"};
 
-int SetTimer(CShellValue& v, CWords& args) {
-    // TIMER [Off|On [, timeout [, delay]]]
+// TIMER [Off|On [, timeout [, delay]]]
+int ValueTimer(SValueSet& c) {
+    CShellValue& v = c.item;
+    const CWords& args = c.args;
     int on = 1;
     if (!args.empty() && args[0].text != L"*") {
-        on = kSwitchTable.Find(args[0].text, true);
-        if (on < 0) return 64;
+        on = g_switch.FindIndex(args[0].text, true);
+        if (on < 0) return RC_BAD_ARG1;
     }
     long long timeout = v.m_timeout, delay = v.m_delay;
     if (args.size() > 1 && args[1].text != L"*" && (!EvalInteger(args[1].text, timeout) || timeout <= 0))
-        return 65;
+        return RC_BAD_ARG2;
     if (args.size() > 2 && args[2].text != L"*" && (!EvalInteger(args[2].text, delay) || delay < 0))
-        return 66;
+        return RC_BAD_ARG3;
     {
         std::lock_guard<std::mutex> hold(v.m_lock);
         v.m_timeout = static_cast<int>(timeout);
@@ -98,7 +98,16 @@ int SetTimer(CShellValue& v, CWords& args) {
     return 0;
 }
 
-int SetOutput(CShellValue& v, CWords& args, COptions& options) {
+// INPUT source: the outputs to connect to are those of SPUs; none is known by this name.
+int ValueInput(SValueSet& c) {
+    return c.args[0].text == L"*" ? 0 : RC_BAD_ARG3;
+}
+
+// OUTPUT data...: /S text, /N one number, /V a vector, /A rows then the numbers column by column.
+int ValueOutput(SValueSet& c) {
+    CShellValue& v = c.item;
+    const CWords& args = c.args;
+    const COptions& options = c.options;
     std::lock_guard<std::mutex> hold(v.m_lock);
     if (HasOption(options, L"Zz")) {
         v.m_type = CShellValue::DATA_NONE;
@@ -107,7 +116,6 @@ int SetOutput(CShellValue& v, CWords& args, COptions& options) {
     }
     if (HasOption(options, L"Yy")) v.m_bDataOnly = true;
     if (args.empty()) return 0;
-    // /S text, /N one number, /V a vector, /A rows then the numbers column by column.
     int mode = OptionMode(options, L"SsNnVvAa");
     if (mode < 0) {
         double probe;
@@ -122,7 +130,7 @@ int SetOutput(CShellValue& v, CWords& args, COptions& options) {
     size_t first = 0;
     long long rows = 0;
     if (mode == 3) {
-        if (!EvalInteger(args[0].text, rows) || rows < 1) return 64;
+        if (!EvalInteger(args[0].text, rows) || rows < 1) return RC_BAD_ARG1;
         first = 1;
     }
     std::vector<double> numbers;
@@ -132,8 +140,8 @@ int SetOutput(CShellValue& v, CWords& args, COptions& options) {
         numbers.push_back(x);
         if (mode == 1) break;
     }
-    if (numbers.empty()) return 2;
-    if (mode == 3 && numbers.size() % rows) return 2;
+    if (numbers.empty()) return RC_TOO_FEW_ARGUMENTS;
+    if (mode == 3 && numbers.size() % rows) return RC_TOO_FEW_ARGUMENTS;
     const int r = mode == 3 ? static_cast<int>(rows) : static_cast<int>(numbers.size());
     Matrix m(r, static_cast<int>(numbers.size()) / r);
     for (size_t i = 0; i < numbers.size(); ++i)
@@ -146,6 +154,45 @@ int SetOutput(CShellValue& v, CWords& args, COptions& options) {
     return 0;
 }
 
+// A number may stand for a keyword by its place (KVOCONSTANTS VALUE).
+constexpr SSetRow<CShellValue> kValueRows[] = {
+    {L"TIMER", ValueTimer},
+    {L"INPUT", ValueInput, 1},
+    {L"OUTPUT", ValueOutput},
+};
+CSetTable<CShellValue> g_valueSet(L"VALUE", kValueRows);
+
+// The attributes v[!NAME].
+struct SValueQuery {
+    CShellValue& v;
+    Text& out;
+    std::chrono::steady_clock::time_point now;
+};
+long long Milliseconds(std::chrono::steady_clock::duration d) {
+    return static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
+}
+using ValueAttribute = void (*)(SValueQuery&);
+constexpr SSubcommand<ValueAttribute> kValueAttributes[] = {
+    {L"INPUT", [](SValueQuery& q) { q.out = q.v.m_input; }},
+    {L"OUTPUT", [](SValueQuery& q) { q.out = q.v.DataText(); }},
+    {L"TYPE", [](SValueQuery& q) { q.out = kTypeNames[q.v.m_type]; }},
+    {L"DATA", [](SValueQuery& q) { q.out = q.v.DataText(); }},
+    {L"TIMER", [](SValueQuery& q) { q.out = q.v.m_bTimer ? L"1" : L"0"; }},
+    {L"TIMEOUT", [](SValueQuery& q) { q.out = IntText(q.v.m_timeout); }},
+    {L"ELAPSED", [](SValueQuery& q) { q.out = IntText(Milliseconds(q.now - q.v.m_created)); }},
+    {L"DIFFTIME", [](SValueQuery& q) { q.out = IntText(Milliseconds(q.now - q.v.m_lastTick)); }},
+    {L"DATAONLY", [](SValueQuery& q) { q.out = q.v.m_bDataOnly ? L"1" : L"0"; }},
+    {L"NROW",
+     [](SValueQuery& q) {
+         q.out = IntText(q.v.m_type == CShellValue::DATA_STRING ? 1 : q.v.m_value.Rows());
+     }},
+    {L"NCOL",
+     [](SValueQuery& q) {
+         q.out = IntText(q.v.m_type == CShellValue::DATA_STRING ? 1 : q.v.m_value.Cols());
+     }},
+};
+const CSubcommandTable<ValueAttribute> g_valueAttributes(L"VALUE ATTRIBUTES", kValueAttributes);
+
 class CValueKind : public CItemKind {
 public:
     CValueKind() : CItemKind(KIND_VALUE, L"VALUE", L"V") {}
@@ -156,23 +203,15 @@ public:
     }
     void Release(void* object) override { delete static_cast<CShellValue*>(object); }
 
-    int Set(CShell&, void* object, const Text&, CWords& args, COptions& options, Text&) override {
-        auto& v = *static_cast<CShellValue*>(object);
-        if (args.empty()) return 2;
-        const int word = kSetTable.Find(args[0].text, true);
-        if (word < 0) return 64;
+    int Set(CShell& shell, void* object, const Text&, CWords& args, COptions& options,
+            Text& result) override {
+        if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
+        const SSetRow<CShellValue>* row = g_valueSet.Find(args[0].text, true);
+        if (!row) return RC_BAD_ARG1;
         args.erase(args.begin());
-        switch (word) {
-        case 0:
-            return SetTimer(v, args);
-        case 1:
-            // Outputs to connect to are those of SPUs; none is known by this name.
-            if (args.empty()) return 2;
-            if (args[0].text == L"*") return 0;
-            return 66;
-        default:
-            return SetOutput(v, args, options);
-        }
+        if (static_cast<int>(args.size()) < row->minArgs) return RC_TOO_FEW_ARGUMENTS;
+        SValueSet call{shell, *static_cast<CShellValue*>(object), args, options, result, row->keyword, false};
+        return row->handler(call);
     }
 
     int Status(CShell&, void* object, const std::vector<Text>& args, Text& out) override {
@@ -185,45 +224,9 @@ public:
         }
         TextView key = args[0];
         if (!key.empty() && key[0] == L'!') key.remove_prefix(1);
-        const int attribute = kAttributeTable.Find(key, false);
-        const auto now = std::chrono::steady_clock::now();
-        auto ms = [](auto d) {
-            return static_cast<long long>(std::chrono::duration_cast<std::chrono::milliseconds>(d).count());
-        };
-        switch (attribute) {
-        case 0:
-            out = v.m_input;
-            break;
-        case 1:
-        case 3:
-            out = v.DataText();
-            break;
-        case 2:
-            out = kTypeNames[v.m_type];
-            break;
-        case 4:
-            out = v.m_bTimer ? L"1" : L"0";
-            break;
-        case 5:
-            out = IntText(v.m_timeout);
-            break;
-        case 6:
-            out = IntText(ms(now - v.m_created));
-            break;
-        case 7:
-            out = IntText(ms(now - v.m_lastTick));
-            break;
-        case 8:
-            out = v.m_bDataOnly ? L"1" : L"0";
-            break;
-        case 9:
-            out = IntText(v.m_type == CShellValue::DATA_STRING ? 1 : v.m_value.Rows());
-            break;
-        case 10:
-            out = IntText(v.m_type == CShellValue::DATA_STRING ? 1 : v.m_value.Cols());
-            break;
-        default:
-            break;
+        if (const auto* attribute = g_valueAttributes.Find(key)) {
+            SValueQuery query{v, out, std::chrono::steady_clock::now()};
+            attribute->handler(query);
         }
         return 0;
     }
@@ -250,4 +253,6 @@ public:
 void RegisterValues() {
     static CValueKind kind;
     CItemKindRegistry::Register(&kind);
+    CSubcommandRegistry::Register(g_valueSet);
+    CSubcommandRegistry::Register(g_switch);
 }

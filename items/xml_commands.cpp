@@ -6,6 +6,7 @@
 #include "items/xml_file.h"
 #include "items/xml_file_hooks.h"
 #include "shell/command_registry.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 
 namespace {
@@ -19,15 +20,15 @@ CXMLFileState* StateOf(CShell& shell, CWords& args) {
 
 int IrefCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
     CXMLFileState* state = StateOf(shell, args);
-    if (!state) return 195;
+    if (!state) return RC_FILE_ITEM_EXPECTED;
     CWords rest(args.begin() + 1, args.end());
     return XmlIref(*state, rest, options, result);
 }
 
 int PositionCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     CXMLFileState* state = StateOf(shell, args);
-    if (!state) return 195;
+    if (!state) return RC_FILE_ITEM_EXPECTED;
     CWords rest(args.begin() + 1, args.end());
     return XmlPosition(*state, rest, options, result);
 }

@@ -494,13 +494,6 @@ std::vector<Text> CXMLDoc::AttributeNames(int element) const {
     return names;
 }
 
-bool CXMLDoc::AttributeName(int n, Text& name, int element) const {
-    const std::vector<Text> names = AttributeNames(element);
-    if (n < 0 || static_cast<size_t>(n) >= names.size()) return false;
-    name = names[n];
-    return true;
-}
-
 bool CXMLDoc::GetData(Text& data, int element) const {
     Lock lock(m_cs);
     element = Resolve(element);

@@ -126,7 +126,6 @@ public:
     // --- Reading ---------------------------------------------------------------------
     // Attributes of an element (0: the current one). Values come back unescaped.
     bool GetAttribute(TextView name, Text& value, int element = 0) const;
-    bool AttributeName(int n, Text& name, int element = 0) const;
     std::vector<Text> AttributeNames(int element = 0) const;
     // The direct text and CDATA of the element, unescaped; whitespace between
     // child elements does not count.
@@ -201,7 +200,6 @@ private:
     void Unlink(int element);
     void LinkChild(int parent, int element);
     int PreviousSibling(int element) const;
-    int LastChild(int parent) const;
     // Where a node goes for `place`; the record that becomes its parent.
     bool InsertPoint(int place, size_t& at, int& parent);
     // Gives an empty element a content part and an end tag.

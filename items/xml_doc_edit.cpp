@@ -86,12 +86,6 @@ int CXMLDoc::PreviousSibling(int element) const {
     return previous;
 }
 
-int CXMLDoc::LastChild(int parent) const {
-    int last = 0;
-    for (int c = m_records[parent].firstChild; c; c = m_records[c].nextSibling) last = c;
-    return last;
-}
-
 void CXMLDoc::Unlink(int element) {
     const int previous = PreviousSibling(element);
     const int next = m_records[element].nextSibling;

@@ -114,6 +114,7 @@
 #include <memory>
 #include <string>
 
+#include "base/subcommand_table.h"
 #include "items/xml_doc.h"
 #include "items/xml_schema.h"
 #include "shell/words.h"
@@ -122,31 +123,13 @@ class CShell;
 
 class CXMLFileState {
 public:
-    // The SET keywords, in the order of kXMLKeywords.
-    enum EKeyword {
-        K_POSITION,
-        K_ADDFILE,
-        K_ADDTABLE,
-        K_ADDELEMENT,
-        K_SETATTRIBUTE,
-        K_DELETEELEMENT,
-        K_SETDATA,
-        K_GETDATA,
-        K_GOTO,
-        K_ROOT,
-        K_ADDNODE,
-        K_DOCTYPE,
-        K_VALIDATE,
-        K_EXTRACTFILE,
-        K_EXTRACTTABLE,
-        K_SORT,
-        K_FIND,
-        K_NEXT,
-        K_LOAD,
-        K_SAVE,
-        K_LIST,
-    };
-    static const wchar_t* const kXMLKeywords[];
+    // A SET keyword's handler: the words behind the keyword.
+    using Member = int (CXMLFileState::*)(CWords& args, COptions& options, Text& result);
+    // SET f on an XML file, one member per keyword: the XML file's own keywords,
+    // then FIND, NEXT, LOAD, SAVE and LIST, which a plain file has as well.
+    static const CSubcommandTable<Member>& Keywords();
+    // The row option of the keywords a plain file does not have.
+    static constexpr unsigned kXmlOnly = 1;
 
     // `extended`: the file was made with /E; its "#posmap" attributes become
     // named positions at each load.
@@ -159,10 +142,8 @@ public:
     void SetShell(CShell* shell) { m_pShell = shell; }
     CShell* Shell() const { return m_pShell; }
 
-    // One entry for the file item: the keyword's index, or its text (abbreviations
-    // allowed); -1 from Keyword for no XML keyword.
-    static int Keyword(TextView word);
-    int Set(int keyword, CWords& args, COptions& options, Text& result);
+    // One entry for the file item: the keyword (abbreviated, or a number for
+    // its place in Keywords()); 64 for no XML keyword.
     int Set(TextView keyword, CWords& args, COptions& options, Text& result);
     // f[!key ...]: 0, or 64 for an unknown key.
     int Status(const CWords& args, Text& out);
@@ -209,7 +190,6 @@ private:
     void WritePositionMap();
     SXMLCursor* FindPosition(TextView name);
     int SearchFrom(int start, bool first);
-    int SchemaStatus(int which, const CWords& args, Text& out);
 
     CXMLDoc m_doc;
     std::unique_ptr<CXDTSchema> m_schema;

@@ -3,6 +3,7 @@
 #include "items/shell_file.h"
 #include "items/xml_file.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 
 namespace {
 
@@ -24,9 +25,14 @@ int OpenXml(CShell& shell, CShellFile& file, CWords&, COptions&) {
 
 int SetXml(CShell& shell, CShellFile& file, TextView keyword, CWords& args, COptions& options, Text& result) {
     CXMLFileState* state = XmlFileState(file);
-    if (!state) return HasOption(options, L"Ss") ? 396 : 97;
+    if (!state) return Silent(RC_XML_FILE_EXPECTED, HasOption(options, L"Ss"));
     state->SetShell(&shell);
     return state->Set(keyword, args, options, result);
+}
+
+// The FILE table's row of an XML file's own keyword.
+int SetXmlRow(SSetCall<CShellFile>& c) {
+    return SetXml(c.shell, c.item, c.keyword, c.args, c.options, c.result);
 }
 
 bool StatusXml(CShell&, CShellFile& file, const std::vector<Text>& args, Text& out) {
@@ -47,4 +53,9 @@ CXMLFileState* XmlFileState(CShellFile& file) {
 void RegisterXmlFiles() {
     static const SXmlFileHooks hooks{OpenXml, SetXml, StatusXml};
     RegisterXmlFileHooks(&hooks);
+    const auto& keywords = CXMLFileState::Keywords();
+    for (size_t i = 0; i < keywords.Count(); ++i)
+        if (keywords[i].options & CXMLFileState::kXmlOnly)
+            CSubcommandRegistry::Extend<SetHandler<CShellFile>>(
+                L"FILE", {keywords[i].keyword, SetXmlRow, 0, FILE_XML_ONLY});
 }

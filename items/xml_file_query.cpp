@@ -2,7 +2,7 @@
 // internal references, FIND and NEXT, SORT, and the status queries.
 #include <algorithm>
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "items/xml_file.h"
 #include "shell/error_table.h"
 #include "shell/options.h"
@@ -33,35 +33,6 @@ Text JoinTags(const CXMLDoc& doc, int first) {
     }
     return out;
 }
-
-constexpr const wchar_t* kStatusWords[] = {
-    L"XROOT",       L"XPARENT",       L"XPARENTPATH", L"XELEMENTS", L"XALL",    L"XTAG",
-    L"XATTRIBUTES", L"XEMPTY",        L"XCDATA",      L"XCHILDS",   L"XSIZE",   L"XDATA",
-    L"XNODETYPE",   L"XCHILDREN",     L"XATTRIBUTE",  L"XDTNAME",   L"XDTROOT", L"XDTELEMENTS",
-    L"XDTCHILDREN", L"XDTATTRIBUTES", L"XDTISA",      nullptr};
-enum {
-    S_ROOT,
-    S_PARENT,
-    S_PARENTPATH,
-    S_ELEMENTS,
-    S_ALL,
-    S_TAG,
-    S_ATTRIBUTES,
-    S_EMPTY,
-    S_CDATA,
-    S_CHILDS,
-    S_SIZE,
-    S_DATA,
-    S_NODETYPE,
-    S_CHILDREN,
-    S_ATTRIBUTE,
-    S_DTNAME,
-    S_DTROOT,
-    S_DTELEMENTS,
-    S_DTCHILDREN,
-    S_DTATTRIBUTES,
-    S_DTISA,
-};
 
 } // namespace
 
@@ -122,11 +93,11 @@ void CXMLFileState::ReadPositionMap() {
 int CXMLFileState::FormatIref(Text& path) {
     std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
     int element = m_doc.Current();
-    if (!element) return 132;
+    if (!element) return RC_XML_POSITION_UNSET;
     Text out;
     for (; element; element = m_doc.Record(element).parent) {
         Text id;
-        if (!m_doc.GetAttribute(L"ID", id, element)) return 289;
+        if (!m_doc.GetAttribute(L"ID", id, element)) return RC_CANNOT_FORMAT_IREF;
         out = L"/" + id + out;
     }
     path = out;
@@ -137,7 +108,7 @@ int CXMLFileState::FindIref(TextView path) {
     std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
     const SXMLCursor keep = m_doc.GetCursor();
     const std::vector<Text> parts = SplitAt(path, L'/');
-    if (path.empty() || path[0] != L'/' || parts.empty()) return 290;
+    if (path.empty() || path[0] != L'/' || parts.empty()) return RC_IREF_NOT_FOUND;
     m_doc.GoStart();
     int parent = 0;
     for (size_t k = 0; k < parts.size(); ++k) {
@@ -148,7 +119,7 @@ int CXMLFileState::FindIref(TextView path) {
         }
         if (!found) {
             m_doc.SetCursor(keep);
-            return 290;
+            return RC_IREF_NOT_FOUND;
         }
         parent = found;
     }
@@ -164,7 +135,7 @@ int XmlIref(CXMLFileState& state, CWords& args, COptions& options, Text& result)
         return 0;
     }
     const int code = state.FormatIref(result);
-    if (code == 289 && HasOption(options, L"Ss")) return 322;
+    if (code == RC_CANNOT_FORMAT_IREF && HasOption(options, L"Ss")) return RC_CANNOT_FORMAT_IREF_SILENT;
     return code ? Fails(code, options) : 0;
 }
 
@@ -214,7 +185,7 @@ int CXMLFileState::SearchFrom(int start, bool first) {
 }
 
 int CXMLFileState::Find(CWords& args, COptions& options, Text& result) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     m_findTag = args[0].text;
     m_findAttribute = args.size() > 1 ? args[1].text : Text();
     m_findHasValue = args.size() > 2;
@@ -232,20 +203,20 @@ int CXMLFileState::Find(CWords& args, COptions& options, Text& result) {
         const SXMLCursor cursor = m_doc.GetCursor();
         start = m_doc.Record(cursor.parent).firstChild;
         first = true;
-        if (HasOption(options, L"Oo")) return Fails(132, options);
+        if (HasOption(options, L"Oo")) return Fails(RC_XML_POSITION_UNSET, options);
     }
     const int found = start ? SearchFrom(start, first) : 0;
-    if (!found) return Fails(297, options);
+    if (!found) return Fails(RC_NO_SUCH_XML_ELEMENT, options);
     m_doc.GoElement(found);
     result = m_doc.Tag(found);
     return 0;
 }
 
 int CXMLFileState::Next(CWords&, COptions& options, Text& result) {
-    if (!m_findActive || !m_doc.Current()) return Fails(297, options);
+    if (!m_findActive || !m_doc.Current()) return Fails(RC_NO_SUCH_XML_ELEMENT, options);
     // /O of the FIND keeps its scope: the search goes on inside the element it started from.
     const int found = SearchFrom(m_doc.Current(), false);
-    if (!found) return Fails(297, options);
+    if (!found) return Fails(RC_NO_SUCH_XML_ELEMENT, options);
     m_doc.GoElement(found);
     result = m_doc.Tag(found);
     return 0;
@@ -262,17 +233,17 @@ void CXMLFileState::MarkUnsorted(int element) {
 
 int CXMLFileState::Sort(CWords& args, COptions& options, Text&) {
     const int element = m_doc.Current();
-    if (!element) return Fails(145, options);
+    if (!element) return Fails(RC_XML_SORT, options);
     std::vector<Text> keys;
     for (const SWord& word : args) keys.push_back(word.text);
     if (keys.empty()) {
         Text kept;
-        if (!m_doc.GetAttribute(L"XMLSort", kept, element)) return Fails(144, options);
+        if (!m_doc.GetAttribute(L"XMLSort", kept, element)) return Fails(RC_XML_SORT_ATTRIBUTE, options);
         std::vector<Text> words = SplitAt(kept, L' ');
-        if (words.empty() || words[0] != L"sort") return Fails(144, options);
+        if (words.empty() || words[0] != L"sort") return Fails(RC_XML_SORT_ATTRIBUTE, options);
         for (size_t k = 1; k < words.size(); ++k)
             if (words[k] != L"#unsorted") keys.push_back(words[k]);
-        if (keys.empty()) return Fails(144, options);
+        if (keys.empty()) return Fails(RC_XML_SORT_ATTRIBUTE, options);
     }
     std::vector<int> children;
     for (int c = m_doc.Record(element).firstChild; c; c = m_doc.Record(c).nextSibling) children.push_back(c);
@@ -312,136 +283,164 @@ int CXMLFileState::Sort(CWords& args, COptions& options, Text&) {
         }
         return false;
     });
-    if (!m_doc.ReorderChildren(element, order)) return Fails(295, options);
+    if (!m_doc.ReorderChildren(element, order)) return Fails(RC_XML_SORT_FAILED, options);
     Text attribute = L"sort";
     for (const Text& key : keys) attribute += L" " + key;
-    if (!m_doc.SetAttribute(L"XMLSort", attribute, element)) return Fails(296, options);
+    if (!m_doc.SetAttribute(L"XMLSort", attribute, element))
+        return Fails(RC_XML_SORT_ATTRIBUTES_FAILED, options);
     return 0;
 }
 
 // --- Status ------------------------------------------------------------------------------------
 
-int CXMLFileState::Status(const CWords& args, Text& out) {
-    static const CKeywordTable words(kStatusWords);
-    std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
-    out.clear();
-    if (args.empty()) return 2;
-    TextView key = args[0].text;
-    if (!key.empty() && key[0] == L'!') key.remove_prefix(1);
-    const int which = words.Find(key);
-    if (which < 0) return 64;
-    const int current = m_doc.Current();
-    const int root = m_doc.Root();
-    const Text arg1 = args.size() > 1 ? args[1].text : Text();
-    switch (which) {
-    case S_ROOT:
-        out = m_doc.Tag(root);
-        break;
-    case S_PARENT: {
-        const int parent = m_doc.GetCursor().parent;
-        out = m_doc.Tag(parent);
-        break;
-    }
-    case S_PARENTPATH:
-        for (int p = m_doc.GetCursor().parent; p; p = m_doc.Record(p).parent) out = L"/" + m_doc.Tag(p) + out;
-        break;
-    case S_ELEMENTS:
-        out = JoinTags(m_doc, m_doc.Record(m_doc.GetCursor().parent).firstChild);
-        break;
-    case S_ALL: {
-        int n = 0;
-        for (int r = 1; r < m_doc.RecordCount(); ++r) n += m_doc.IsLive(r) ? 1 : 0;
-        out = IntText(n);
-        break;
-    }
-    case S_TAG:
-        out = current ? m_doc.Tag(current) : m_doc.NodeName();
-        break;
-    case S_ATTRIBUTES:
-        for (const Text& name : m_doc.AttributeNames()) out += (out.empty() ? L"" : L" ") + name;
-        break;
-    case S_EMPTY:
-        if (current) out = m_doc.Record(current).closeEnd == m_doc.Record(current).tagEnd ? L"1" : L"0";
-        break;
-    case S_CDATA:
-        if (current) out = m_doc.HasCData() ? L"1" : L"0";
-        break;
-    case S_CHILDS:
-        if (current) out = IntText(m_doc.ChildCount(current));
-        break;
-    case S_SIZE:
-        if (current)
-            out = IntText(static_cast<long long>(m_doc.ElementText(current).size()));
-        else if (m_doc.NodeType())
-            out = IntText(m_doc.GetCursor().nodeLength);
-        break;
-    case S_DATA:
-        if (current)
-            m_doc.GetData(out);
-        else if (m_doc.NodeType())
-            out = m_doc.NodeText();
-        break;
-    case S_NODETYPE: {
-        static constexpr struct {
-            int type;
-            const wchar_t* word;
-        } kTypes[] = {{XML_ELEMENT, L"ELEMENT"}, {XML_TEXT, L"TEXT"}, {XML_WHITESPACE, L"TEXT"},
-                      {XML_CDATA, L"CDATA"},     {XML_PROC, L"PROC"}, {XML_COMMENT, L"COMMENT"},
-                      {XML_DOCTYPE, L"DOCTYPE"}};
-        for (const auto& t : kTypes)
-            if (t.type == m_doc.NodeType()) out = t.word;
-        break;
-    }
-    case S_CHILDREN:
-        if (current) out = JoinTags(m_doc, m_doc.Record(current).firstChild);
-        break;
-    case S_ATTRIBUTE:
-        if (current) m_doc.GetAttribute(arg1, out);
-        break;
-    default:
-        return SchemaStatus(which - S_DTNAME, args, out);
-    }
-    return 0;
+namespace {
+
+// What f[!X...] reads: the document at its cursor, or the schema.
+struct SXmlQuery {
+    const CXMLDoc& doc;
+    const CXDTSchema* schema;
+    const CWords& args;
+    int current, root;
+    Text& out;
+    Text Arg(size_t i) const { return args.size() > i ? args[i].text : Text(); }
+};
+using XmlStatusHandler = void (*)(SXmlQuery& q);
+
+void ParentPath(SXmlQuery& q) {
+    for (int p = q.doc.GetCursor().parent; p; p = q.doc.Record(p).parent) q.out = L"/" + q.doc.Tag(p) + q.out;
 }
 
-int CXMLFileState::SchemaStatus(int which, const CWords& args, Text& out) {
-    if (!m_schema) return 0;
-    const Text arg1 = args.size() > 1 ? args[1].text : Text();
+void AllElements(SXmlQuery& q) {
+    int n = 0;
+    for (int r = 1; r < q.doc.RecordCount(); ++r) n += q.doc.IsLive(r) ? 1 : 0;
+    q.out = IntText(n);
+}
+
+void AttributeNamesText(SXmlQuery& q) {
+    for (const Text& name : q.doc.AttributeNames()) q.out += (q.out.empty() ? L"" : L" ") + name;
+}
+
+void ElementSize(SXmlQuery& q) {
+    if (q.current)
+        q.out = IntText(static_cast<long long>(q.doc.ElementText(q.current).size()));
+    else if (q.doc.NodeType())
+        q.out = IntText(q.doc.GetCursor().nodeLength);
+}
+
+void ElementData(SXmlQuery& q) {
+    if (q.current)
+        q.doc.GetData(q.out);
+    else if (q.doc.NodeType())
+        q.out = q.doc.NodeText();
+}
+
+void NodeTypeWord(SXmlQuery& q) {
+    static constexpr struct {
+        int type;
+        const wchar_t* word;
+    } kTypes[] = {{XML_ELEMENT, L"ELEMENT"}, {XML_TEXT, L"TEXT"}, {XML_WHITESPACE, L"TEXT"},
+                  {XML_CDATA, L"CDATA"},     {XML_PROC, L"PROC"}, {XML_COMMENT, L"COMMENT"},
+                  {XML_DOCTYPE, L"DOCTYPE"}};
+    for (const auto& t : kTypes)
+        if (t.type == q.doc.NodeType()) q.out = t.word;
+}
+
+// The schema's lists: all names, or with n the text form of the n-th entry.
+template <class List, class Form, class Name>
+void Pick(SXmlQuery& q, const List& list, Form form, Name name) {
     long long n = -1;
-    if (args.size() > 2 && which != 5 && !ParseWholeLong(args[2].text, n)) return 0;
-    auto pick = [&](const auto& list, auto form, auto name) {
-        if (n < 0) {
-            for (const auto& entry : list) out += (out.empty() ? L"" : L" ") + name(entry);
-        } else if (static_cast<size_t>(n) < list.size()) {
-            out = form(list[n]);
-        }
-    };
-    switch (which) {
-    case 0:
-        out = m_schema->Name();
-        break;
-    case 1:
-        out = m_schema->RootName();
-        break;
-    case 2:
-        if (arg1.empty()) {
-            for (const SXDTElement& e : m_schema->Elements()) out += (out.empty() ? L"" : L" ") + e.name;
-        } else if (const SXDTElement* e = m_schema->Find(arg1)) {
-            out = CXDTSchema::ElementForm(*e);
-        }
-        break;
-    case 3:
-        pick(m_schema->AllChildren(arg1), CXDTSchema::ChildForm, [](const SXDTChild& c) { return c.name; });
-        break;
-    case 4:
-        pick(m_schema->AllAttributes(arg1), CXDTSchema::AttributeForm,
-             [](const SXDTAttribute& a) { return a.name; });
-        break;
-    case 5:
-        if (args.size() > 2) out = m_schema->IsA(arg1, args[2].text) ? L"1" : L"0";
-        break;
-    default:
-        break;
+    if (q.args.size() > 2 && !ParseWholeLong(q.args[2].text, n)) return;
+    if (n < 0) {
+        for (const auto& entry : list) q.out += (q.out.empty() ? L"" : L" ") + name(entry);
+    } else if (static_cast<size_t>(n) < list.size()) {
+        q.out = form(list[n]);
     }
+}
+
+void SchemaElements(SXmlQuery& q) {
+    if (q.args.size() > 2) {
+        long long n = -1;
+        if (!ParseWholeLong(q.args[2].text, n)) return;
+    }
+    const Text name = q.Arg(1);
+    if (name.empty()) {
+        for (const SXDTElement& e : q.schema->Elements()) q.out += (q.out.empty() ? L"" : L" ") + e.name;
+    } else if (const SXDTElement* e = q.schema->Find(name)) {
+        q.out = CXDTSchema::ElementForm(*e);
+    }
+}
+
+// Rows flagged SCHEMA answer empty text when the file has no schema.
+enum : unsigned { SCHEMA = 1 };
+
+constexpr SSubcommand<XmlStatusHandler> kXmlStatus[] = {
+    {L"XROOT", [](SXmlQuery& q) { q.out = q.doc.Tag(q.root); }},
+    {L"XPARENT", [](SXmlQuery& q) { q.out = q.doc.Tag(q.doc.GetCursor().parent); }},
+    {L"XPARENTPATH", ParentPath},
+    {L"XELEMENTS",
+     [](SXmlQuery& q) { q.out = JoinTags(q.doc, q.doc.Record(q.doc.GetCursor().parent).firstChild); }},
+    {L"XALL", AllElements},
+    {L"XTAG", [](SXmlQuery& q) { q.out = q.current ? q.doc.Tag(q.current) : q.doc.NodeName(); }},
+    {L"XATTRIBUTES", AttributeNamesText},
+    {L"XEMPTY",
+     [](SXmlQuery& q) {
+         if (q.current)
+             q.out = q.doc.Record(q.current).closeEnd == q.doc.Record(q.current).tagEnd ? L"1" : L"0";
+     }},
+    {L"XCDATA",
+     [](SXmlQuery& q) {
+         if (q.current) q.out = q.doc.HasCData() ? L"1" : L"0";
+     }},
+    {L"XCHILDS",
+     [](SXmlQuery& q) {
+         if (q.current) q.out = IntText(q.doc.ChildCount(q.current));
+     }},
+    {L"XSIZE", ElementSize},
+    {L"XDATA", ElementData},
+    {L"XNODETYPE", NodeTypeWord},
+    {L"XCHILDREN",
+     [](SXmlQuery& q) {
+         if (q.current) q.out = JoinTags(q.doc, q.doc.Record(q.current).firstChild);
+     }},
+    {L"XATTRIBUTE",
+     [](SXmlQuery& q) {
+         if (q.current) q.doc.GetAttribute(q.Arg(1), q.out);
+     }},
+    {L"XDTNAME", [](SXmlQuery& q) { q.out = q.schema->Name(); }, 0, SCHEMA},
+    {L"XDTROOT", [](SXmlQuery& q) { q.out = q.schema->RootName(); }, 0, SCHEMA},
+    {L"XDTELEMENTS", SchemaElements, 0, SCHEMA},
+    {L"XDTCHILDREN",
+     [](SXmlQuery& q) {
+         Pick(q, q.schema->AllChildren(q.Arg(1)), CXDTSchema::ChildForm,
+              [](const SXDTChild& c) { return c.name; });
+     },
+     0, SCHEMA},
+    {L"XDTATTRIBUTES",
+     [](SXmlQuery& q) {
+         Pick(q, q.schema->AllAttributes(q.Arg(1)), CXDTSchema::AttributeForm,
+              [](const SXDTAttribute& a) { return a.name; });
+     },
+     0, SCHEMA},
+    {L"XDTISA",
+     [](SXmlQuery& q) {
+         if (q.args.size() > 2) q.out = q.schema->IsA(q.Arg(1), q.args[2].text) ? L"1" : L"0";
+     },
+     0, SCHEMA},
+};
+const CSubcommandTable<XmlStatusHandler> g_xmlStatus(L"XML FILE STATUS", kXmlStatus);
+
+} // namespace
+
+int CXMLFileState::Status(const CWords& args, Text& out) {
+    std::lock_guard<std::recursive_mutex> lock(m_doc.Section());
+    out.clear();
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
+    TextView key = args[0].text;
+    if (!key.empty() && key[0] == L'!') key.remove_prefix(1);
+    const auto* row = g_xmlStatus.Find(key);
+    if (!row) return RC_BAD_ARG1;
+    if ((row->options & SCHEMA) && !m_schema) return 0;
+    SXmlQuery query{m_doc, m_schema.get(), args, m_doc.Current(), m_doc.Root(), out};
+    row->handler(query);
     return 0;
 }

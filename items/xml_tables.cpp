@@ -88,9 +88,9 @@ int TableToElement(CXMLDoc& doc, CShellTable& tableRef, const Text* tag, int pla
         }
     }
     if (!tag) {
-        if (!doc.Current() || !doc.SetData(data, false)) return Fails(125, options);
+        if (!doc.Current() || !doc.SetData(data, false)) return Fails(RC_XML_INSERT_FAILED, options);
     } else if (!doc.AddElement(*tag, &data, place)) {
-        return Fails(125, options);
+        return Fails(RC_XML_INSERT_FAILED, options);
     }
     if (rows.empty()) {
         doc.RemoveAttribute(L"dim");
@@ -109,9 +109,9 @@ int TableToElement(CXMLDoc& doc, CShellTable& tableRef, const Text* tag, int pla
 }
 
 int XmlAddTable(CXMLFileState& state, CWords& args, COptions& options, Text&) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     CShellTable* table = TableOf(state, args);
-    if (!table) return Fails(379, options);
+    if (!table) return Fails(RC_NO_SUCH_ITEM, options);
     CXMLDoc& doc = state.Doc();
     std::lock_guard<std::recursive_mutex> lock(doc.Section());
     const SXMLCursor keep = doc.GetCursor();
@@ -120,7 +120,7 @@ int XmlAddTable(CXMLFileState& state, CWords& args, COptions& options, Text&) {
     if (HasOption(options, L"Ff")) place = XML_FIRST_CHILD;
     const Text tag = args.size() > 1 ? args[1].text : Text(L"table");
     const bool into = HasOption(options, L"Rr");
-    if ((into || place == XML_FIRST_CHILD) && !doc.Current()) return Fails(132, options);
+    if ((into || place == XML_FIRST_CHILD) && !doc.Current()) return Fails(RC_XML_POSITION_UNSET, options);
     const int code = TableToElement(doc, *table, into ? nullptr : &tag, place, options);
     if (code) return code;
     if (!into) state.MarkUnsorted(doc.Record(doc.Current()).parent);
@@ -129,18 +129,18 @@ int XmlAddTable(CXMLFileState& state, CWords& args, COptions& options, Text&) {
 }
 
 int XmlExtractTable(CXMLFileState& state, CWords& args, COptions& options, Text&) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     CShellTable* table = TableOf(state, args);
-    if (!table) return Fails(379, options);
+    if (!table) return Fails(RC_NO_SUCH_ITEM, options);
     return ElementToTable(state.Doc(), *table, options);
 }
 
 int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options) {
     CShellTable* table = &tableRef;
     std::lock_guard<std::recursive_mutex> lock(doc.Section());
-    if (!doc.Current()) return Fails(132, options);
+    if (!doc.Current()) return Fails(RC_XML_POSITION_UNSET, options);
     Text data, dim, vector;
-    if (!doc.GetData(data)) return Fails(143, options);
+    if (!doc.GetData(data)) return Fails(RC_XML_EXTRACT_SUBDOCUMENT, options);
     const bool hasDim = doc.GetAttribute(L"dim", dim);
     const bool byColumns = doc.GetAttribute(L"vector", vector) && Trim(vector) == L"1";
     CItemSection section(table->m_cs);
@@ -153,7 +153,7 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
     if (!numeric || (hasDim && columns == 1 && !byColumns && !table->IsParameter())) {
         for (const Text& line : lines) {
             const long row = table->AppendRows(1);
-            if (row < 0) return Fails(143, options);
+            if (row < 0) return Fails(RC_XML_EXTRACT_SUBDOCUMENT, options);
             const int code = table->SetRowText(row, line);
             if (code) return Fails(code, options);
         }
@@ -164,7 +164,7 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
         std::vector<double> values;
         for (const Text& word : SplitBlanks(line)) {
             double value;
-            if (!ParseWholeDouble(word, value)) return Fails(143, options);
+            if (!ParseWholeDouble(word, value)) return Fails(RC_XML_EXTRACT_SUBDOCUMENT, options);
             values.push_back(value);
         }
         cells.push_back(values);
@@ -176,21 +176,21 @@ int ElementToTable(CXMLDoc& doc, CShellTable& tableRef, const COptions& options)
     const size_t columnsOut = byColumns ? outer : inner;
     for (size_t r = 0; r < rowsOut; ++r) {
         const long row = table->AppendRows(1);
-        if (row < 0) return Fails(143, options);
+        if (row < 0) return Fails(RC_XML_EXTRACT_SUBDOCUMENT, options);
         for (size_t c = 0; c < columnsOut && c < fieldList.size(); ++c) {
             const std::vector<double>& line = cells[byColumns ? c : r];
             const size_t k = byColumns ? r : c;
             if (k < line.size() && table->SetNumber(row, fieldList[c], line[k]) != 0)
-                return Fails(143, options);
+                return Fails(RC_XML_EXTRACT_SUBDOCUMENT, options);
         }
     }
     return 0;
 }
 
 int XmlListTable(CXMLFileState& state, CWords& args, COptions& options, Text&) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     CShellTable* table = TableOf(state, args);
-    if (!table) return Fails(379, options);
+    if (!table) return Fails(RC_NO_SUCH_ITEM, options);
     CXMLDoc& doc = state.Doc();
     std::lock_guard<std::recursive_mutex> lock(doc.Section());
     const int current = doc.Current();
@@ -199,7 +199,7 @@ int XmlListTable(CXMLFileState& state, CWords& args, COptions& options, Text&) {
     CItemSection section(table->m_cs);
     for (int c = first; c; c = doc.Record(c).nextSibling) {
         const long row = table->AppendRows(1);
-        if (row < 0 || table->SetRowText(row, doc.Tag(c)) != 0) return Fails(7, options);
+        if (row < 0 || table->SetRowText(row, doc.Tag(c)) != 0) return Fails(RC_COMMAND_ERROR, options);
     }
     return 0;
 }

@@ -3,8 +3,9 @@
 #include <iterator>
 #include <mutex>
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "macro/execution.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -54,22 +55,23 @@ bool HasMethod(void* instance, TextView name) {
 int CallMethod(CShell& shell, CWords& words, void* instanceObject, bool wantResult, Text& result) {
     CShellInstance* caller = CallerInstance(shell);
     CShellInstance* instance = instanceObject ? AsInstance(instanceObject) : caller;
-    if (!instance) return 7;
-    if (words.empty()) return 2;
+    if (!instance) return RC_COMMAND_ERROR;
+    if (words.empty()) return RC_TOO_FEW_ARGUMENTS;
     Text method = words[0].text;
     CMacroCode* start = instance->m_pClass;
     if (const size_t colons = method.find(L"::"); colons != Text::npos) {
         const Text className = method.substr(0, colons);
         method.erase(0, colons + 2);
-        if (method.empty()) return 326;
+        if (method.empty()) return RC_MEMBER_NAME_EXPECTED;
         if (className.empty()) {
             CMacroCode* running = RunningClass(shell);
             start = running ? running->m_pParent : nullptr;
-            if (!start) return 325;
+            if (!start) return RC_NO_SUCH_CLASS;
         } else {
             std::lock_guard lock(shell.Env().Lock());
             auto* named = dynamic_cast<CMacroCode*>(shell.Env().FindMacro(className));
-            if (!named || !named->m_bClass || !DerivesFrom(instance->m_pClass, named)) return 325;
+            if (!named || !named->m_bClass || !DerivesFrom(instance->m_pClass, named))
+                return RC_NO_SUCH_CLASS;
             start = named;
         }
     }
@@ -85,14 +87,11 @@ int CallMethod(CShell& shell, CWords& words, void* instanceObject, bool wantResu
         return StartMethodFrame(shell, cls, e->value.line, static_cast<CShellItem*>(instance),
                                 entry ? entry->key : Text(), words, wantResult, result);
     }
-    return 327;
+    return RC_NO_SUCH_METHOD;
 }
 
 namespace {
 
-constexpr const wchar_t* kStatusWords[] = {L"CLASS", L"PARENT", L"VARIABLE", L"SHELL",
-                                           L"BASE",  L"USERS",  L"MEMBER",   nullptr};
-const CKeywordTable kStatusTable(kStatusWords);
 constexpr const wchar_t* kAccessWords[] = {L"", L"public", L"protected", L"private"};
 
 Text Member(CShellInstance& instance, TextView name) {
@@ -102,17 +101,73 @@ Text Member(CShellInstance& instance, TextView name) {
     return out;
 }
 
+// What i[key second] reads.
+struct SInstanceQuery {
+    CShellInstance& instance;
+    const CMacroCode* cls;
+    const CMacroCode* root; // the class the line of parents starts from
+    TextView second;        // the word after the key, empty when none
+    bool hasSecond;
+};
+using InstanceStatusHandler = Text (*)(SInstanceQuery& q);
+
+// BASE: the root class; with a class name 1 when the instance derives from it.
+Text InstanceBase(SInstanceQuery& q) {
+    if (!q.hasSecond) return q.root->m_name;
+    for (const CMacroCode* c = q.cls; c; c = c->m_pParent)
+        if (EqualNoCase(c->m_name, q.second)) return L"1";
+    return L"0";
+}
+
+// MEMBER method: its access word, from the class or a parent.
+Text InstanceMemberAccess(SInstanceQuery& q) {
+    for (const CMacroCode* c = q.cls; c; c = c->m_pParent)
+        if (auto* e = c->m_methods.Find(q.second)) return kAccessWords[e->value.access];
+    return {};
+}
+
+constexpr SSubcommand<InstanceStatusHandler> kInstanceStatus[] = {
+    {L"CLASS", [](SInstanceQuery& q) { return q.cls->m_name; }},
+    {L"PARENT", [](SInstanceQuery& q) { return q.cls->m_pParent ? q.cls->m_pParent->m_name : Text(); }},
+    {L"VARIABLE", [](SInstanceQuery& q) { return Member(q.instance, q.second); }},
+    {L"SHELL", [](SInstanceQuery& q) { return q.instance.m_shellId; }},
+    {L"BASE", InstanceBase},
+    {L"USERS", [](SInstanceQuery& q) { return IntText(q.instance.Share()); }},
+    {L"MEMBER", InstanceMemberAccess},
+};
+const CSubcommandTable<InstanceStatusHandler> g_instanceStatus(L"INSTANCE STATUS", kInstanceStatus);
+
+// SET i: an instance has the lock words only (its methods were tried before the
+// kind is asked); LOCK and UNLOCK answer 7 where other items name the owner state.
+using SInstanceSet = SSetCall<CShellItem>;
+int InstanceLock(SInstanceSet& c) {
+    const int code = CShellItemKind::Lock(c.shell, c.item, c.options, true);
+    c.result = IntText(code);
+    return code;
+}
+int InstanceUnlock(SInstanceSet& c) {
+    const int code = CShellItemKind::Unlock(c.shell, c.item, c.options, true);
+    c.result = IntText(code);
+    return code;
+}
+constexpr SSetRow<CShellItem> kInstanceRows[] = {
+    {L"LOCK", InstanceLock, 0, SET_UNHELD},
+    {L"UNLOCK", InstanceUnlock, 0, SET_UNHELD},
+    kSetTryLockRow<CShellItem>,
+};
+CSetTable<CShellItem> g_instanceSet(L"INSTANCE", kInstanceRows);
+
 class CInstanceKind : public CShellItemKind {
 public:
     CInstanceKind() : CShellItemKind(KIND_INSTANCE, L"INSTANCE", L"I", false) {}
 
     int Create(CShell& shell, const Text&, CWords& args, COptions&, void*& object) override {
-        if (args.empty()) return 2;
+        if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
         CMacroCode* cls = nullptr;
         {
             std::lock_guard lock(shell.Env().Lock());
             cls = dynamic_cast<CMacroCode*>(shell.Env().FindMacro(args[0].text));
-            if (!cls || !cls->m_bClass) return 66;
+            if (!cls || !cls->m_bClass) return RC_BAD_ARG3;
             object = static_cast<CShellItem*>(new CShellInstance(&shell.Env(), cls, shell.IdText()));
         }
         return 0;
@@ -136,61 +191,36 @@ public:
         TextView word = args[0];
         const bool marked = !word.empty() && word[0] == L'!';
         if (marked) word.remove_prefix(1);
-        // A member's name wins over an abbreviated keyword unless the word is marked with '!'.
-        int key = kStatusTable.Find(word, false);
-        if (key < 0 && marked) key = kStatusTable.Find(word, true);
-        const TextView second = args.size() > 1 ? TextView(args[1]) : TextView();
-        switch (key) {
-        case 0:
-            out = cls->m_name;
-            break;
-        case 1:
-            out = cls->m_pParent ? cls->m_pParent->m_name : Text();
-            break;
-        case 2:
-            out = Member(instance, second);
-            break;
-        case 3:
-            out = instance.m_shellId;
-            break;
-        case 4:
-            if (args.size() < 2) {
-                out = root->m_name;
-            } else {
-                out = L"0";
-                for (const CMacroCode* c = cls; c; c = c->m_pParent)
-                    if (EqualNoCase(c->m_name, second)) out = L"1";
-            }
-            break;
-        case 5:
-            out = IntText(instance.Share());
-            break;
-        case 6:
-            for (const CMacroCode* c = cls; c; c = c->m_pParent)
-                if (auto* e = c->m_methods.Find(second)) {
-                    out = kAccessWords[e->value.access];
-                    break;
-                }
-            break;
-        default:
+        // Only a word marked with '!' may be a number for a key.
+        const auto* key = g_instanceStatus.Find(word);
+        if (!key && marked) key = g_instanceStatus.Find(word, true);
+        if (!key) {
             out = Member(instance, args[0]);
-            break;
+            return 0;
         }
+        SInstanceQuery query{instance, cls, root, args.size() > 1 ? TextView(args[1]) : TextView(),
+                             args.size() > 1};
+        out = key->handler(query);
         return 0;
     }
 
     int AssignElement(CShell&, void* object, TextView args, TextView value) override {
         Text name = Trim(args);
         if (!name.empty() && name[0] == L'&') name.erase(0, 1);
-        if (name.empty()) return 151;
+        if (name.empty()) return RC_BAD_TABLE_INDEX;
         AsInstance(object)->m_pMembers->Set(name, value);
         return 0;
     }
 
 protected:
-    int SetItem(CShell&, CShellItem&, const Text&, CWords& args, COptions&, Text&) override {
-        // Methods were tried before the kind is asked; what is left is no lock word.
-        return args.empty() ? 2 : 65;
+    int SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
+                Text& result) override {
+        if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
+        const SSetRow<CShellItem>* row = g_instanceSet.Find(args[0].text);
+        if (!row) return RC_BAD_ARG2;
+        CWords rest(args.begin() + 1, args.end());
+        SInstanceSet call{shell, item, rest, options, result, row->keyword, false};
+        return row->handler(call);
     }
 };
 
@@ -199,4 +229,5 @@ protected:
 void RegisterClasses() {
     static CInstanceKind kind;
     CItemKindRegistry::Register(&kind);
+    CSubcommandRegistry::Register(g_instanceSet);
 }

@@ -21,14 +21,14 @@ namespace {
 
 int InterpretCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
     auto* frame = dynamic_cast<CMacroFrame*>(shell.m_pFrame);
-    if (!frame) return 8;
+    if (!frame) return RC_UNKNOWN_MACRO;
     Text text;
     size_t next = 1; // the word after the source of the text
     if (HasOption(options, L"Tt")) {
         // The table's entry; a missing table or row leaves the text empty.
         const Text row = args.size() > 1 && args[1].text != L"*" ? args[1].text : Text();
         const int rc = TableRowText(shell, args[0].text, row, text);
-        if (rc != 0 && rc != 64 && rc != 65) return rc;
+        if (rc != 0 && rc != RC_BAD_ARG1 && rc != RC_BAD_ARG2) return rc;
         next = 2;
     } else if (HasOption(options, L"Ss")) {
         text = args.empty() ? Text() : args[0].text;
@@ -65,7 +65,7 @@ int WriteLogCommand(CShell& shell, CWords& args, COptions& options, int, Text&) 
     Text line;
     if (HasOption(options, L"Ff")) {
         // The first word is the format, the others its values.
-        if (args.empty()) return 2;
+        if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
         std::vector<Text> values;
         for (size_t i = 1; i < args.size(); ++i) values.push_back(args[i].text);
         int error = 0;
@@ -96,8 +96,8 @@ int EmsgCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
         return 0;
     }
     long long code = 0;
-    if (!EvalInteger(args[0].text, code)) return 115;
-    if (code < 0 || code > 486) code = 486;
+    if (!EvalInteger(args[0].text, code)) return RC_TABLE_OR_NUMBER_EXPECTED;
+    if (code < 0 || code > kErrorCount) code = kErrorCount;
     result = CodeMessage(static_cast<int>(code));
     return 0;
 }

@@ -3,20 +3,14 @@
 #include <iterator>
 #include <mutex>
 
-#include "base/keyword_table.h"
 #include "shell/command_registry.h"
 #include "shell/error_table.h"
+#include "shell/item_kind.h"
 #include "shell/options.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
 namespace {
-
-// The kind is the index plus 2.
-constexpr const wchar_t* kNewKinds[] = {L"TABLE",   L"FILE",  L"MENU", L"VALUE",    L"SPU",
-                                        L"DISPLAY", L"GRAPH", L"WAVE", L"INSTANCE", L"DDECONV",
-                                        L"IP",      L"DCOM",  nullptr};
-const CKeywordTable kNewTable(kNewKinds);
 
 constexpr uint32_t kProtectionBits = ITEM_PROTECTED | ITEM_BARRIER;
 
@@ -28,31 +22,36 @@ bool HasBarrier(const CShell& shell) {
 
 // NEW kind name /Z item [shell]: a further share of an item that this or another shell holds.
 int ShareItem(CShell& shell, int kind, CWords& args, bool silent, void*& object) {
-    if (kind != KIND_TABLE && kind != KIND_FILE && kind != KIND_INSTANCE) return silent ? 352 : 96;
-    if (args.size() < 2) return 2;
+    if (kind != KIND_TABLE && kind != KIND_FILE && kind != KIND_INSTANCE)
+        return Silent(RC_TYPE_MISMATCH, silent);
+    if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
     CItemKind* itemKind = CItemKindRegistry::Find(kind);
-    if (!itemKind) return 157;
+    if (!itemKind) return RC_NOT_SUPPORTED;
     std::lock_guard<std::recursive_mutex> envLock(shell.Env().Lock());
     CShell* holder = &shell;
     if (args.size() >= 3 && args[2].text != L"=") {
         holder = shell.Env().FindShell(args[2].text);
-        if (!holder || args[2].text.empty()) return 15;
+        if (!holder || args[2].text.empty()) return RC_SHELL_CANCELLED;
     }
     CShell::ItemEntry* e = holder->FindItem(args[1].text, kind);
-    if (!e) return 349;
-    if (!itemKind->AddRef(e->value)) return silent ? 352 : 96;
+    if (!e) return RC_NO_SUCH_SHELL;
+    if (!itemKind->AddRef(e->value)) return Silent(RC_TYPE_MISMATCH, silent);
     object = e->value;
     return 0;
 }
 
-int NewCommand(CShell& shell, CWords& args, COptions& options, int selector, Text& result) {
-    const int kind = selector + 2;
+// NEW kind name args...: the kind by the item-kind registry's keywords.
+int NewCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
+    const int kind = CItemKindRegistry::FindNewKind(args[0].text);
+    if (kind < 0) return RC_BAD_ARG1;
+    args.erase(args.begin());
     const bool barrier = HasOption(options, L"U");
     const bool silent = HasOption(options, L"s");
-    if (barrier && HasBarrier(shell)) return 5;
+    if (barrier && HasBarrier(shell)) return RC_INVALID_OPTION;
     shell.SetVar(L"#NEW", L"*");
     Text name;
-    if (!shell.MakeItemName(args.empty() ? TextView() : TextView(args[0].text), name, kind)) return 265;
+    if (!shell.MakeItemName(args.empty() ? TextView() : TextView(args[0].text), name, kind))
+        return RC_CANNOT_CREATE_NAME;
 
     void* object = nullptr;
     int code;
@@ -62,10 +61,10 @@ int NewCommand(CShell& shell, CWords& args, COptions& options, int selector, Tex
         CWords rest(args.begin() + (args.empty() ? 0 : 1), args.end());
         code = itemKind->Create(shell, name, rest, options, object);
     } else {
-        code = 157; // a kind this build does not have
+        code = RC_NOT_SUPPORTED; // a kind this build does not have
     }
     if (!object) {
-        if (code == 0) code = silent ? 484 : 348;
+        if (code == 0) code = silent ? RC_CANNOT_ALLOCATE_ITEM_WARNING : RC_CANNOT_ALLOCATE_ITEM;
         return code;
     }
 
@@ -88,14 +87,14 @@ int NewCommand(CShell& shell, CWords& args, COptions& options, int selector, Tex
 // One name of DELETE; 0 when the entry is gone.
 int DeleteOne(CShell& shell, const Text& name, bool silent) {
     CShell::ItemEntry* e = shell.FindItem(name);
-    if (!e) return silent ? 380 : 379;
+    if (!e) return Silent(RC_NO_SUCH_ITEM, silent);
     // DELETE by a macro may remove a /u item; only the clean-up of a level may not.
     shell.SetItemFlags(e, e->user & ~ITEM_USER_PROTECTED);
     if ((e->user & ITEM_BARRIER) && ItemLevelOf(e->user) >= shell.m_level) {
         for (auto* other = shell.Items().First(); other; other = other->next)
             if (other->user & kProtectionBits) shell.SetItemFlags(other, other->user & ~kProtectionBits);
     }
-    if (e->user & (ITEM_PROTECTED | ITEM_USER_PROTECTED)) return silent ? 372 : 371;
+    if (e->user & (ITEM_PROTECTED | ITEM_USER_PROTECTED)) return Silent(RC_DELETE_PROTECTED_ITEM, silent);
     if (CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user))) {
         if (const int code = kind->CheckDelete(shell, e->value, silent)) return code;
     }
@@ -114,12 +113,13 @@ int DeleteCommand(CShell& shell, CWords& args, COptions& options, int, Text&) {
 }
 
 constexpr CCommandRow kItemCommands[] = {
-    {L"NEW", &NewCommand, true, 2, 0, &kNewTable, L"#NEW", L"*"},
+    {L"NEW", &NewCommand, true, 2, 0, nullptr, L"#NEW", L"*"},
     {L"DELETE", &DeleteCommand, true, 1, 0, nullptr, L"RC", nullptr},
 };
 
 } // namespace
 
 void RegisterItemCommands() {
+    CSubcommandRegistry::Register(CItemKindRegistry::NewKeywords());
     CCommandRegistry::Register(kItemCommands, std::size(kItemCommands));
 }

@@ -7,17 +7,11 @@
 #include "macro/source_loader.h"
 #include "shell/command_registry.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
 namespace {
-
-constexpr const wchar_t* kLoadKeywords[] = {L"MACROCODE", L"SPUCODE", L"SOUNDFILE", L"SOURCECODE", nullptr};
-const CKeywordTable kLoadTable(kLoadKeywords);
-enum { LOAD_MACROCODE, LOAD_SPUCODE, LOAD_SOUNDFILE, LOAD_SOURCECODE };
-
-constexpr int kNotSupported = 157;
-constexpr int kInvalidConstant = 156;
 
 CLoadLog MakeLog(CShellEnv& env, const COptions& options) {
     if (HasOption(options, L"Nn")) return CLoadLog();
@@ -40,20 +34,18 @@ bool TableSource(CShell& shell, const Text& name, Text& text) {
 
 // MACROCODE, SPUCODE and SOURCECODE all go through the one section loader:
 // a file may hold macros, classes and SPUs side by side.
-int LoadCommand(CShell& shell, CWords& args, COptions& options, int selector, Text&) {
-    // Sound files come with the sound file layer.
-    if (selector == LOAD_SOUNDFILE) return kNotSupported;
-    const int failure = HasOption(options, L"Ss") ? 316 : 455;
+int LoadCode(CShell& shell, CWords& args, COptions& options, Text&) {
+    const int failure = HasOption(options, L"Ss") ? RC_LOAD_FAILED_WARNING : RC_LOAD_FAILED;
     CConstantList constants;
     for (const SOption& option : options) {
         if (option.letter != L'D' && option.letter != L'd') continue;
-        if (!IsConstantName(option.text)) return kInvalidConstant;
+        if (!IsConstantName(option.text)) return RC_BAD_CONSTANT;
         if (!constants.Find(option.text)) constants.Add(option.text, 0);
     }
     CShellEnv& env = shell.Env();
     CLoadLog log = MakeLog(env, options);
     if (HasOption(options, L"Mm")) {
-        if (args.size() < 2) return 2;
+        if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
         return AddSourceToLibrary(args[0].text, args[1].text, constants, log) ? 0 : failure;
     }
     bool ok = true;
@@ -75,13 +67,8 @@ int LoadCommand(CShell& shell, CWords& args, COptions& options, int selector, Te
     return ok ? 0 : failure;
 }
 
-int UnloadCommand(CShell& shell, CWords& args, COptions& options, int selector, Text&) {
-    struct SCodes {
-        int plain, silent;
-    };
-    static constexpr SCodes kCodes[] = {{342, 343}, {340, 341}, {311, 312}, {344, 345}};
-    // Sound files are attached by the sound file item, which is not part of this build yet.
-    if (selector == LOAD_SOUNDFILE) return kNotSupported;
+// Each keyword fails with its own code; the sources of all three are unloaded alike.
+int UnloadCode(CShell& shell, CWords& args, COptions& options, int failure) {
     CShellEnv& env = shell.Env();
     CLoadLog log = MakeLog(env, options);
     const bool force = HasOption(options, L"Ff");
@@ -89,27 +76,44 @@ int UnloadCommand(CShell& shell, CWords& args, COptions& options, int selector, 
     for (const SWord& word : args)
         if (!UnloadSourceFile(env, word.text, force, log)) ++failures;
     if (failures == 0) return 0;
-    return HasOption(options, L"Ss") ? kCodes[selector].silent : kCodes[selector].plain;
+    return Silent(failure, HasOption(options, L"Ss"));
+}
+int UnloadMacroCode(CShell& shell, CWords& args, COptions& options, Text&) {
+    return UnloadCode(shell, args, options, RC_CANNOT_UNLOAD_MACRO);
+}
+int UnloadSpuCode(CShell& shell, CWords& args, COptions& options, Text&) {
+    return UnloadCode(shell, args, options, RC_CANNOT_UNLOAD_SPU);
+}
+int UnloadSourceCode(CShell& shell, CWords& args, COptions& options, Text&) {
+    return UnloadCode(shell, args, options, RC_CANNOT_UNLOAD_SOURCE);
 }
 
-constexpr CCommandRow kLoadRows[] = {
-    {.name = L"LOAD",
-     .handler = LoadCommand,
-     .m_bOptions = true,
-     .minArgs = 2,
-     .pKeywords = &kLoadTable,
-     .resultVar = L"RC"},
-    {.name = L"UNLOAD",
-     .handler = UnloadCommand,
-     .m_bOptions = true,
-     .minArgs = 2,
-     .pKeywords = &kLoadTable,
-     .resultVar = L"RC"},
+// SOUNDFILE keeps its place (and its number); the sound layer registers it.
+constexpr SCommandSubcommand kLoadKeywords[] = {
+    {L"MACROCODE", LoadCode},
+    {L"SPUCODE", LoadCode},
+    {L"SOUNDFILE", nullptr},
+    {L"SOURCECODE", LoadCode},
+};
+constexpr SCommandSubcommand kUnloadKeywords[] = {
+    {L"MACROCODE", UnloadMacroCode},
+    {L"SPUCODE", UnloadSpuCode},
+    {L"SOUNDFILE", nullptr},
+    {L"SOURCECODE", UnloadSourceCode},
+};
+CCommandSubcommands g_load(L"LOAD", kLoadKeywords);
+CCommandSubcommands g_unload(L"UNLOAD", kUnloadKeywords);
+
+const CCommandRow kLoadRows[] = {
+    {.name = L"LOAD", .m_bOptions = true, .minArgs = 2, .resultVar = L"RC", .pSubcommands = &g_load},
+    {.name = L"UNLOAD", .m_bOptions = true, .minArgs = 2, .resultVar = L"RC", .pSubcommands = &g_unload},
 };
 
 } // namespace
 
 void RegisterSourceLoading() {
     InstallMacroLoader();
+    CSubcommandRegistry::Register(g_load);
+    CSubcommandRegistry::Register(g_unload);
     CCommandRegistry::Register(kLoadRows, std::size(kLoadRows));
 }

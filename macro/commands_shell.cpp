@@ -11,29 +11,11 @@
 #include "shell/main_window.h"
 #include "shell/message_codes.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
 namespace {
-
-constexpr const wchar_t* kMsgKeywords[] = {L"LOOP",    L"MAIN", L"MENU",  L"DESKTOP", L"EXIT", L"RUN",
-                                           L"LOGFILE", L"BEEP", L"DEBUG", L"NOMAIN",  nullptr};
-const CKeywordTable kMsgTable(kMsgKeywords);
-enum {
-    MSG_KW_LOOP,
-    MSG_KW_MAIN,
-    MSG_KW_MENU,
-    MSG_KW_DESKTOP,
-    MSG_KW_EXIT,
-    MSG_KW_RUN,
-    MSG_KW_LOGFILE,
-    MSG_KW_BEEP,
-    MSG_KW_DEBUG,
-    MSG_KW_NOMAIN
-};
-
-constexpr const wchar_t* kDebugKeywords[] = {L"RTERROR", L"INIT", L"NO", L"OFF", L"ON", L"STEP", nullptr};
-const CKeywordTable kDebugTable(kDebugKeywords);
 
 // The shells a MSG EXIT or MSG RUN addresses: '*' all others, '=' this one, else an id.
 bool AddressedShells(CShell& shell, const Text& address, std::vector<CShell*>& shells) {
@@ -53,74 +35,91 @@ bool AddressedShells(CShell& shell, const Text& address, std::vector<CShell*>& s
     return true;
 }
 
-int MsgDebug(CShell& shell, CWords& args, Text& result) {
-    if (args.size() < 2) return 2;
-    const int keyword = kDebugTable.Find(args[1].text, true);
-    switch (keyword) {
-    case 0: { // RTERROR flag
-        long long flag = 0;
-        if (args.size() < 3 || !EvalInteger(args[2].text, flag) || (flag != 0 && flag != 1)) return 66;
-        shell.Env().m_bProgramCheck = flag != 0;
-        result = IntText(flag);
-        return 0;
-    }
-    case 1: { // INIT shell?
-        CShell* target = args.size() >= 3 ? shell.Env().FindShell(args[2].text) : &shell;
-        if (!target) return 15;
-        if (!target->Post(nullptr, MSG_TRACE, static_cast<intptr_t>(shell.Id()))) return 15;
-        return 0;
-    }
-    case 2: // NO: leave debug mode and allow it no more
-        shell.m_bDebugAllowed = false;
-        return 0;
-    case 3: // OFF
-        return 0;
-    case 4: // ON
-    case 5: // STEP
-        if (!shell.m_bDebugAllowed) return 0;
-        shell.EnterDebugMode(args.size() >= 3 ? JoinWords(args, 2) : Text(L"debug mode requested by macro"));
-        return 0;
-    default:
-        return 65;
-    }
+// --- MSG DEBUG keyword ... ----------------------------------------------------------------
+
+// RTERROR flag: the program check on (1) or off (0).
+int DebugRtError(CShell& shell, CWords& args, COptions&, Text& result) {
+    long long flag = 0;
+    if (args.empty() || !EvalInteger(args[0].text, flag) || (flag != 0 && flag != 1)) return RC_BAD_ARG3;
+    shell.Env().m_bProgramCheck = flag != 0;
+    result = IntText(flag);
+    return 0;
 }
 
+// INIT shell?: asks a shell (this one by default) to trace.
+int DebugInit(CShell& shell, CWords& args, COptions&, Text&) {
+    CShell* target = args.empty() ? &shell : shell.Env().FindShell(args[0].text);
+    if (!target) return RC_SHELL_CANCELLED;
+    if (!target->Post(nullptr, MSG_TRACE, static_cast<intptr_t>(shell.Id()))) return RC_SHELL_CANCELLED;
+    return 0;
+}
+
+// NO: leaves debug mode and allows it no more.
+int DebugNo(CShell& shell, CWords&, COptions&, Text&) {
+    shell.m_bDebugAllowed = false;
+    return 0;
+}
+
+int DebugOff(CShell&, CWords&, COptions&, Text&) {
+    return 0;
+}
+
+// ON text? and STEP text?: tracing and stepping need the debugger, which this
+// program does not have yet; where debugging is allowed the request is unsupported.
+int DebugOnOrStep(CShell& shell, CWords&, COptions&, Text&) {
+    return shell.m_bDebugAllowed ? RC_NOT_SUPPORTED : 0;
+}
+
+constexpr SCommandSubcommand kDebugKeywords[] = {
+    {L"RTERROR", DebugRtError}, {L"INIT", DebugInit},   {L"NO", DebugNo},
+    {L"OFF", DebugOff},         {L"ON", DebugOnOrStep}, {L"STEP", DebugOnOrStep},
+};
+CCommandSubcommands g_debug(L"MSG DEBUG", kDebugKeywords);
+
+int MsgDebug(CShell& shell, CWords& args, COptions& options, Text& result) {
+    const SCommandSubcommand* row = g_debug.Find(args[0].text, true);
+    if (!row) return RC_BAD_ARG2;
+    CWords rest(args.begin() + 1, args.end());
+    return row->handler(shell, rest, options, result);
+}
+
+// The words of MSG MAIN's mode and show (KVOCONSTANTS WINDOWMODE and WINDOWCOMMANDS).
 constexpr const wchar_t* kModeKeywords[] = {L"NOWINDOW", L"HIDDEN", L"VISIBLE", L"ENABLED", nullptr};
-const CKeywordTable kModeTable(kModeKeywords);
+CKeywordList g_windowModes(L"WINDOWMODE", kModeKeywords);
 constexpr const wchar_t* kShowKeywords[] = {L"MINIMIZED", L"RESTORED", L"MAXIMIZED", L"SHOW", nullptr};
-const CKeywordTable kShowTable(kShowKeywords);
+CKeywordList g_windowCommands(L"WINDOWCOMMANDS", kShowKeywords);
 
 // MSG MAIN mode? show? left? top? width? height? title?: '*' leaves a value.
 // The answer is the window's state with the given values over it, whether or
 // not the window has applied them yet.
-int MsgMain(CShell& shell, CWords& args, Text& result) {
+int MsgMain(CShell& shell, CWords& args, COptions&, Text& result) {
     auto order = std::make_unique<SMainWindowPayload>();
     SMainWindowState& given = order->state;
     const auto present = [&](size_t i) { return args.size() > i && args[i].text != L"*"; };
-    if (present(1)) {
-        const int mode = kModeTable.Find(args[1].text, true);
-        if (mode < 0) return 65;
+    if (present(0)) {
+        const int mode = g_windowModes.FindIndex(args[0].text, true);
+        if (mode < 0) return RC_BAD_ARG2;
         given.mode = kModeKeywords[mode];
         order->fields |= SMainWindowPayload::MODE;
     }
-    if (present(2)) {
-        const int show = kShowTable.Find(args[2].text, true);
-        if (show < 0) return 66;
+    if (present(1)) {
+        const int show = g_windowCommands.FindIndex(args[1].text, true);
+        if (show < 0) return RC_BAD_ARG3;
         given.show = kShowKeywords[show];
         order->fields |= SMainWindowPayload::SHOW;
     }
     int* geometry[] = {&given.left, &given.top, &given.width, &given.height};
     for (size_t i = 0; i < 4; ++i) {
-        if (!present(3 + i)) continue;
+        if (!present(2 + i)) continue;
         long long value = 0;
-        if (!EvalInteger(args[3 + i].text, value)) return 67 + static_cast<int>(i);
+        if (!EvalInteger(args[2 + i].text, value)) return RC_BAD_ARG4 + static_cast<int>(i);
         // A size counts only above 0.
         if (i >= 2 && value <= 0) continue;
         *geometry[i] = static_cast<int>(value);
         order->fields |= SMainWindowPayload::LEFT << i;
     }
-    if (present(7)) {
-        given.title = JoinWords(args, 7);
+    if (present(6)) {
+        given.title = JoinWords(args, 6);
         order->fields |= SMainWindowPayload::TITLE;
     }
     CShellEnv& env = shell.Env();
@@ -136,17 +135,17 @@ int MsgMain(CShell& shell, CWords& args, Text& result) {
 
 // MSG BEEP: /A, /E, /H, /Q, /O choose a system sound, /S the simple beep;
 // without one, "MSG BEEP freq ms" is a tone (1000 Hz, 500 ms by default).
-int MsgBeep(CShell& shell, CWords& args, COptions& options) {
+int MsgBeep(CShell& shell, CWords& args, COptions& options, Text&) {
     auto beep = std::make_unique<SBeepPayload>();
     static constexpr int kSounds[] = {-1, 64, 48, 16, 32, 0};
     const SOption* kind = FindOption(options, L"SAEHQO");
     if (kind) {
         beep->sound = kSounds[std::wstring_view(L"SAEHQO").find(kind->letter)];
-    } else if (args.size() >= 3) {
+    } else if (args.size() >= 2) {
         long long frequency = 1000;
         long long duration = 500;
-        if (args[1].text != L"*" && !EvalInteger(args[1].text, frequency)) return 65;
-        if (args[2].text != L"*" && !EvalInteger(args[2].text, duration)) return 66;
+        if (args[0].text != L"*" && !EvalInteger(args[0].text, frequency)) return RC_BAD_ARG2;
+        if (args[1].text != L"*" && !EvalInteger(args[1].text, duration)) return RC_BAD_ARG3;
         beep->frequency = static_cast<int>(frequency);
         beep->duration = static_cast<int>(duration);
     }
@@ -154,7 +153,7 @@ int MsgBeep(CShell& shell, CWords& args, COptions& options) {
     return 0;
 }
 
-int MsgDesktop(CShell& shell, Text& result) {
+int MsgDesktop(CShell& shell, CWords&, COptions&, Text& result) {
     SDesktopMetrics desktop;
     IMainWindow* window = shell.Env().MainWnd();
     if (window && window->DesktopMetrics(desktop)) {
@@ -167,102 +166,103 @@ int MsgDesktop(CShell& shell, Text& result) {
     return 0;
 }
 
-int MsgCommand(CShell& shell, CWords& args, COptions& options, int selector, Text& result) {
-    CShellEnv& env = shell.Env();
-    // The keyword stays the first argument for the forms that count words from it.
-    args.insert(args.begin(), SWord{SWord::Plain, kMsgKeywords[selector]});
-    switch (selector) {
-    case MSG_KW_LOOP:
-        shell.SetState(HasOption(options, L"Nn") ? SHELL_POLLING : SHELL_WAITING);
-        // The wait itself happens in the frame cycle before the next line.
-        if (!shell.m_pFrame) shell.WaitMessage();
-        return 0;
-    case MSG_KW_EXIT: {
-        if (args.size() < 2) return 2;
-        std::vector<CShell*> shells;
-        if (!AddressedShells(shell, args[1].text, shells)) return 15;
-        int count = 0;
-        for (CShell* s : shells) count += s->Post(nullptr, MSG_EXIT, 0) ? 1 : 0;
-        shell.SetVar(L"#MSG", IntText(count));
-        return 0;
-    }
-    case MSG_KW_RUN: {
-        if (args.size() < 3) return 2;
-        std::vector<CShell*> shells;
-        if (!AddressedShells(shell, args[1].text, shells)) return 15;
-        const Text text = JoinWords(args, 2, true);
-        int count = 0;
-        int code = 0;
-        for (CShell* s : shells) {
-            const int rc = s->Run(text, &shell);
-            if (rc == 0)
-                ++count;
-            else
-                code = rc;
-        }
-        shell.SetVar(L"#MSG", IntText(count));
-        return count ? 0 : code;
-    }
-    case MSG_KW_LOGFILE: {
-        if (args.size() < 2 || args[1].text == L"*") {
-            env.PostOrder(ORDER_LOG_FILE);
-        } else {
-            env.PostOrder(ORDER_LOG_FILE, std::make_unique<STextPayload>(args[1].text));
-        }
-        return 0;
-    }
-    case MSG_KW_NOMAIN:
-        env.PostOrder(ORDER_HIDE);
-        shell.SetVar(L"#MSG", L"0");
-        return 0;
-    case MSG_KW_MENU: {
-        const int mode = OptionMode(options, L"AaSsDd");
-        if (mode < 0) return 6;
-        if (mode == 1) {
-            env.PostOrder(ORDER_SHOW_MENU);
-            return 0;
-        }
-        if (mode == 2) {
-            env.PostOrder(ORDER_CLEAR_MENUS);
-            return 0;
-        }
-        if (args.size() < 2) return 2;
-        auto menu = std::make_unique<SMenuPayload>();
-        menu->title = args[1].text;
-        std::vector<Text> texts;
-        if (HasOption(options, L"Tt")) {
-            // The first field of the table's rows are the items.
-            if (args.size() < 3) return 66;
-            const int rc = TableFirstFields(shell, args[2].text, texts);
-            if (rc != 0) return rc == 64 ? 66 : rc;
-        } else {
-            for (size_t i = 2; i < args.size(); ++i) texts.push_back(args[i].text);
-        }
-        for (const Text& text : texts) {
-            SMenuItem item;
-            item.text = text;
-            if (item.text == L"-") item.flags = MENU_SEPARATOR;
-            menu->items.push_back(std::move(item));
-        }
-        env.PostOrder(ORDER_ADD_MENU, std::move(menu));
-        return 0;
-    }
-    case MSG_KW_DEBUG:
-        return MsgDebug(shell, args, result);
-    case MSG_KW_BEEP:
-        return MsgBeep(shell, args, options);
-    case MSG_KW_DESKTOP:
-        return MsgDesktop(shell, result);
-    case MSG_KW_MAIN:
-        return MsgMain(shell, args, result);
-    default:
-        return 64;
-    }
+int MsgLoop(CShell& shell, CWords&, COptions& options, Text&) {
+    shell.SetState(HasOption(options, L"Nn") ? SHELL_POLLING : SHELL_WAITING);
+    // The wait itself happens in the frame cycle before the next line.
+    if (!shell.m_pFrame) shell.WaitMessage();
+    return 0;
 }
+
+// EXIT shell: '*' all other shells, '=' this one, else a shell's id.
+int MsgExit(CShell& shell, CWords& args, COptions&, Text&) {
+    std::vector<CShell*> shells;
+    if (!AddressedShells(shell, args[0].text, shells)) return RC_SHELL_CANCELLED;
+    int count = 0;
+    for (CShell* s : shells) count += s->Post(nullptr, MSG_EXIT, 0) ? 1 : 0;
+    shell.SetVar(L"#MSG", IntText(count));
+    return 0;
+}
+
+// RUN shell text...: the text as a line for each shell addressed.
+int MsgRun(CShell& shell, CWords& args, COptions&, Text&) {
+    std::vector<CShell*> shells;
+    if (!AddressedShells(shell, args[0].text, shells)) return RC_SHELL_CANCELLED;
+    const Text text = JoinWords(args, 1, true);
+    int count = 0;
+    int code = 0;
+    for (CShell* s : shells) {
+        const int rc = s->Run(text, &shell);
+        if (rc == 0)
+            ++count;
+        else
+            code = rc;
+    }
+    shell.SetVar(L"#MSG", IntText(count));
+    return count ? 0 : code;
+}
+
+// LOGFILE path?: no path or '*' closes the log file.
+int MsgLogFile(CShell& shell, CWords& args, COptions&, Text&) {
+    if (args.empty() || args[0].text == L"*") {
+        shell.Env().PostOrder(ORDER_LOG_FILE);
+    } else {
+        shell.Env().PostOrder(ORDER_LOG_FILE, std::make_unique<STextPayload>(args[0].text));
+    }
+    return 0;
+}
+
+int MsgNoMain(CShell& shell, CWords&, COptions&, Text&) {
+    shell.Env().PostOrder(ORDER_HIDE);
+    shell.SetVar(L"#MSG", L"0");
+    return 0;
+}
+
+// MENU /A title items..., /A /T title table, /S shows the menus, /D removes them.
+int MsgMenu(CShell& shell, CWords& args, COptions& options, Text&) {
+    CShellEnv& env = shell.Env();
+    const int mode = OptionMode(options, L"AaSsDd");
+    if (mode < 0) return RC_MISSING_OPTION;
+    if (mode == 1) {
+        env.PostOrder(ORDER_SHOW_MENU);
+        return 0;
+    }
+    if (mode == 2) {
+        env.PostOrder(ORDER_CLEAR_MENUS);
+        return 0;
+    }
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
+    auto menu = std::make_unique<SMenuPayload>();
+    menu->title = args[0].text;
+    std::vector<Text> texts;
+    if (HasOption(options, L"Tt")) {
+        // The first field of the table's rows are the items.
+        if (args.size() < 2) return RC_BAD_ARG3;
+        const int rc = TableFirstFields(shell, args[1].text, texts);
+        if (rc != 0) return rc == RC_BAD_ARG1 ? RC_BAD_ARG3 : rc;
+    } else {
+        for (size_t i = 1; i < args.size(); ++i) texts.push_back(args[i].text);
+    }
+    for (const Text& text : texts) {
+        SMenuItem item;
+        item.text = text;
+        if (item.text == L"-") item.flags = MENU_SEPARATOR;
+        menu->items.push_back(std::move(item));
+    }
+    env.PostOrder(ORDER_ADD_MENU, std::move(menu));
+    return 0;
+}
+
+// A number may stand for a keyword by its place (KVOCONSTANTS MSG).
+constexpr SCommandSubcommand kMsgKeywords[] = {
+    {L"LOOP", MsgLoop},      {L"MAIN", MsgMain},     {L"MENU", MsgMenu},       {L"DESKTOP", MsgDesktop},
+    {L"EXIT", MsgExit, 1},   {L"RUN", MsgRun, 2},    {L"LOGFILE", MsgLogFile}, {L"BEEP", MsgBeep},
+    {L"DEBUG", MsgDebug, 1}, {L"NOMAIN", MsgNoMain},
+};
+CCommandSubcommands g_msg(L"MSG", kMsgKeywords);
 
 int ArgCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
     auto* frame = dynamic_cast<CMacroFrame*>(shell.m_pFrame);
-    if (!frame) return 8;
+    if (!frame) return RC_UNKNOWN_MACRO;
     const CWords& argv = frame->m_argv;
     if (args.empty()) {
         result = IntText(static_cast<long long>(argv.size()));
@@ -271,14 +271,14 @@ int ArgCommand(CShell& shell, CWords& args, COptions& options, int, Text& result
     const bool byName = HasOption(options, L"Vv") || HasOption(options, L"Ss");
     if (!byName) {
         long long n = 0;
-        if (!EvalInteger(args[0].text, n)) return 64;
+        if (!EvalInteger(args[0].text, n)) return RC_BAD_ARG1;
         result =
             (n >= 0 && n < static_cast<long long>(argv.size())) ? argv[static_cast<size_t>(n)].text : Text();
         return 0;
     }
     long long start = 0;
     if (const SOption* i = FindOption(options, L"Ii")) {
-        if (!EvalInteger(i->text, start) || start < 0) return 111;
+        if (!EvalInteger(i->text, start) || start < 0) return RC_BAD_OPTION_ARGUMENT;
     }
     const bool defaults = HasOption(options, L"Ss");
     const bool clear = HasOption(options, L"Dd");
@@ -298,14 +298,24 @@ int ArgCommand(CShell& shell, CWords& args, COptions& options, int, Text& result
     return 0;
 }
 
-constexpr CCommandRow kShellRows[] = {
-    {L"MSG", &MsgCommand, true, 1, 0, &kMsgTable, L"#MSG", L"*"},
-    {L"MESSAGE", &MsgCommand, true, 1, 0, &kMsgTable, L"#MSG", L"*"},
-    {L"ARG", &ArgCommand, true, 0, 0, nullptr, nullptr, nullptr},
+const CCommandRow kMsgRow{.name = L"MSG",
+                          .m_bOptions = true,
+                          .minArgs = 1,
+                          .resultVar = L"#MSG",
+                          .failText = L"*",
+                          .pSubcommands = &g_msg};
+const CCommandRow kShellRows[] = {
+    kMsgRow,
+    Alias(kMsgRow, L"MESSAGE"),
+    {.name = L"ARG", .handler = &ArgCommand, .m_bOptions = true},
 };
 
 } // namespace
 
 void RegisterShellCommands() {
+    CSubcommandRegistry::Register(g_msg);
+    CSubcommandRegistry::Register(g_debug);
+    CSubcommandRegistry::Register(g_windowModes);
+    CSubcommandRegistry::Register(g_windowCommands);
     CCommandRegistry::Register(kShellRows, std::size(kShellRows));
 }

@@ -98,7 +98,7 @@ int RunProgram(CShell& shell, const std::vector<std::string>& words, bool wait, 
         std::string joined;
         for (const std::string& w : words) joined += (joined.empty() ? "" : " ") + w;
         pid = Spawn({"/bin/sh", "-c", joined});
-        if (pid < 0) return 9;
+        if (pid < 0) return RC_SYSTEM_CALL_FAILED;
     }
     if (!wait) {
         ReapLater(pid);
@@ -107,7 +107,7 @@ int RunProgram(CShell& shell, const std::vector<std::string>& words, bool wait, 
     }
     const int status = WaitStatus(pid);
     shell.SetVar(L"XRC", IntText(status));
-    if (status != 0) return silent ? 431 : 430;
+    if (status != 0) return Silent(RC_OS_COMMAND_FAILED, silent);
     return 0;
 }
 
@@ -120,15 +120,54 @@ bool MakeDirectory(const Text& path) {
     return !ec && fs::is_directory(p, ec);
 }
 
+// The words SYSTEM takes in full before a program's name; the words behind each.
+using SystemWordHandler = int (*)(CWords& args, bool silent);
+using SSystemWord = SSubcommand<SystemWordHandler>;
+
+// OPEN target: the desktop's opener.
+int SystemOpen(CWords& args, bool) {
+    const pid_t pid = Spawn({"xdg-open", ToUtf8(args[0].text)});
+    if (pid < 0) return RC_SYSTEM_CALL_FAILED;
+    ReapLater(pid);
+    return 0;
+}
+
+// HELP file topic, HELP CLOSE: the help file in the desktop's viewer.
+int SystemHelp(CWords& args, bool silent) {
+    if (EqualNoCase(args[0].text, L"CLOSE")) return 0;
+    std::error_code ec;
+    if (!fs::is_regular_file(fs::path(ToUtf8(args[0].text)), ec)) return Silent(RC_NO_SUCH_HELPFILE, silent);
+    const pid_t pid = Spawn({"xdg-open", ToUtf8(args[0].text)});
+    if (pid < 0) return Silent(RC_NO_SUCH_HELPFILE, silent);
+    ReapLater(pid);
+    return 0;
+}
+
+int SystemMkdir(CWords& args, bool silent) {
+    return MakeDirectory(args[0].text) ? 0 : Silent(RC_BAD_PATH, silent);
+}
+
+int SystemRmdir(CWords& args, bool silent) {
+    return ::rmdir(ToUtf8(args[0].text).c_str()) == 0 ? 0 : Silent(RC_BAD_PATH, silent);
+}
+
+constexpr SSystemWord kSystemWords[] = {
+    {L"OPEN", SystemOpen, 1},
+    {L"HELP", SystemHelp, 1},
+    {L"MKDIR", SystemMkdir, 1},
+    {L"RMDIR", SystemRmdir, 1},
+};
+const CSubcommandTable<SystemWordHandler> g_systemWords(L"SYSTEM", kSystemWords);
+
 int SystemCommand(CShell& shell, CWords& args, COptions&, int selector, Text&) {
     const bool wait = selector == SYS_WAIT || selector == SYS_CALL_WAIT;
     const bool silent = selector >= SYS_CALL_WAIT;
     if (args.empty()) {
         const char* interpreter = std::getenv("SHELL");
         if (!interpreter || !*interpreter) interpreter = std::getenv("COMSPEC");
-        if (!interpreter || !*interpreter) return 9;
+        if (!interpreter || !*interpreter) return RC_SYSTEM_CALL_FAILED;
         const pid_t pid = Spawn({interpreter});
-        if (pid < 0) return 9;
+        if (pid < 0) return RC_SYSTEM_CALL_FAILED;
         if (wait) {
             shell.SetVar(L"XRC", IntText(WaitStatus(pid)));
         } else {
@@ -136,29 +175,10 @@ int SystemCommand(CShell& shell, CWords& args, COptions&, int selector, Text&) {
         }
         return 0;
     }
-    const Text& first = args[0].text;
-    if (EqualNoCase(first, L"OPEN")) {
-        if (args.size() < 2) return 2;
-        const pid_t pid = Spawn({"xdg-open", ToUtf8(args[1].text)});
-        if (pid < 0) return 9;
-        ReapLater(pid);
-        return 0;
-    }
-    if (EqualNoCase(first, L"HELP")) {
-        if (args.size() < 2) return 2;
-        if (EqualNoCase(args[1].text, L"CLOSE")) return 0;
-        std::error_code ec;
-        if (!fs::is_regular_file(fs::path(ToUtf8(args[1].text)), ec)) return silent ? 428 : 427;
-        const pid_t pid = Spawn({"xdg-open", ToUtf8(args[1].text)});
-        if (pid < 0) return silent ? 428 : 427;
-        ReapLater(pid);
-        return 0;
-    }
-    if (EqualNoCase(first, L"MKDIR") || EqualNoCase(first, L"RMDIR")) {
-        if (args.size() < 2) return 2;
-        const bool ok = EqualNoCase(first, L"MKDIR") ? MakeDirectory(args[1].text)
-                                                     : ::rmdir(ToUtf8(args[1].text).c_str()) == 0;
-        return ok ? 0 : (silent ? 429 : 279);
+    if (const SSystemWord* row = g_systemWords.FindExact(args[0].text)) {
+        CWords rest(args.begin() + 1, args.end());
+        if (static_cast<int>(rest.size()) < row->minArgs) return RC_TOO_FEW_ARGUMENTS;
+        return row->handler(rest, silent);
     }
     std::vector<std::string> words;
     for (const SWord& w : args) words.push_back(ToUtf8(w.text));
@@ -169,17 +189,19 @@ int SystemCommand(CShell& shell, CWords& args, COptions&, int selector, Text&) {
 
 int EnvCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     const char* value = std::getenv(ToUtf8(UpperCase(args[0].text)).c_str());
-    if (!value) return 240;
+    if (!value) return RC_NO_SUCH_ENV_VARIABLE;
     result = FromUtf8(value);
     return 0;
 }
 
 int PwdCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     if (!args.empty()) {
-        if (::chdir(ToUtf8(args[0].text).c_str()) != 0) return errno == ENAMETOOLONG ? 242 : 241;
+        if (::chdir(ToUtf8(args[0].text).c_str()) != 0)
+            return errno == ENAMETOOLONG ? RC_PATH_TOO_LONG : RC_NO_SUCH_DIRECTORY;
     }
     std::string buffer(PATH_MAX, '\0');
-    if (!::getcwd(buffer.data(), buffer.size())) return errno == ERANGE ? 242 : (errno == ENOMEM ? 1 : 241);
+    if (!::getcwd(buffer.data(), buffer.size()))
+        return errno == ERANGE ? RC_PATH_TOO_LONG : (errno == ENOMEM ? RC_NO_MEMORY : RC_NO_SUCH_DIRECTORY);
     buffer.resize(std::char_traits<char>::length(buffer.c_str()));
     // The root keeps its one '/': without it there would be no path at all.
     while (buffer.size() > 1 && buffer.back() == '/') buffer.pop_back();
@@ -290,7 +312,7 @@ int DriveCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     std::unique_lock lock(g_mountLock, std::defer_lock);
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(2);
     while (!lock.try_lock()) {
-        if (std::chrono::steady_clock::now() >= deadline) return 246;
+        if (std::chrono::steady_clock::now() >= deadline) return RC_CANNOT_ACQUIRE_LOCK;
         std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     RefreshMounts();
@@ -306,19 +328,21 @@ int DriveCommand(CShell&, CWords& args, COptions&, int, Text& result) {
         return 0;
     }
     const Text& word = args[0].text;
-    if (word.empty() || word[0] != L'/') return 245;
+    if (word.empty() || word[0] != L'/') return RC_BAD_DRIVE_LETTER;
     int unit = -1;
     if (args.size() > 1) {
         unit = kUnitTable.Find(args[1].text);
-        if (unit < 0) return 253;
+        if (unit < 0) return RC_BAD_UNIT;
     }
     const std::string path = ToUtf8(word);
     struct statvfs vfs {};
-    if (::statvfs(path.c_str(), &vfs) != 0) return MapErrno(errno, silent, silent ? 305 : 247);
+    if (::statvfs(path.c_str(), &vfs) != 0)
+        return MapErrno(errno, silent, silent ? RC_DRIVE_NOT_AVAILABLE : RC_SYSTEM_CALL_FAILED_NO_REASON);
     std::error_code ec;
     const std::string canonical = fs::weakly_canonical(fs::path(path), ec).string();
     SMount mount;
-    if (!MountOf(g_mounts, ec ? path : canonical, mount)) return silent ? 305 : 247;
+    if (!MountOf(g_mounts, ec ? path : canonical, mount))
+        return silent ? RC_DRIVE_NOT_AVAILABLE : RC_SYSTEM_CALL_FAILED_NO_REASON;
     result = FromUtf8(mount.point) + L' ' + FromUtf8(mount.device);
     if (unit >= 0) {
         const double scale = std::pow(1024.0, unit + 1);
@@ -380,18 +404,18 @@ bool IsDefault(const CWords& args, size_t i) {
 int UniqueCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     std::error_code ec;
     fs::path dir = IsDefault(args, 0) ? fs::current_path(ec) : fs::path(ToUtf8(args[0].text));
-    if (ec || !fs::is_directory(dir, ec)) return 64;
+    if (ec || !fs::is_directory(dir, ec)) return RC_BAD_ARG1;
     dir = fs::absolute(dir, ec);
-    if (ec) return 64;
+    if (ec) return RC_BAD_ARG1;
     Text ext = IsDefault(args, 1) ? Text() : args[1].text;
     if (!ext.empty() && ext[0] != L'.') ext.insert(ext.begin(), L'.');
     long long random = 1;
-    if (!IsDefault(args, 2) && !EvalInteger(args[2].text, random)) return 66;
+    if (!IsDefault(args, 2) && !EvalInteger(args[2].text, random)) return RC_BAD_ARG3;
     long long digits = 8;
-    if (!IsDefault(args, 3) && (!EvalInteger(args[3].text, digits))) return 67;
-    if (digits < 1 || digits > 8) return 67;
+    if (!IsDefault(args, 3) && (!EvalInteger(args[3].text, digits))) return RC_BAD_ARG4;
+    if (digits < 1 || digits > 8) return RC_BAD_ARG4;
     long long start = 0;
-    if (!IsDefault(args, 4) && (!EvalInteger(args[4].text, start) || start < 0)) return 68;
+    if (!IsDefault(args, 4) && (!EvalInteger(args[4].text, start) || start < 0)) return RC_BAD_ARG5;
 
     const auto taken = [&](const Text& name) {
         std::error_code e;
@@ -416,7 +440,7 @@ int UniqueCommand(CShell&, CWords& args, COptions&, int, Text& result) {
             name = Format(L"%0*llX", static_cast<int>(digits), value);
             if (!taken(name)) break;
         }
-        if (n == attempts) return 244;
+        if (n == attempts) return RC_TOO_MANY_TEMP_FILES;
     } else {
         long long limit = 1;
         for (long long i = 0; i < digits; ++i) limit *= 10;
@@ -426,18 +450,13 @@ int UniqueCommand(CShell&, CWords& args, COptions&, int, Text& result) {
             name = Format(L"%0*lld", static_cast<int>(digits), n);
             if (!taken(name)) break;
         }
-        if (n > limit) return 244;
+        if (n > limit) return RC_TOO_MANY_TEMP_FILES;
     }
     result = FromUtf8((dir / ToUtf8(name + ext)).string());
     return 0;
 }
 
 // --- Names ---------------------------------------------------------------------------------------
-
-constexpr const wchar_t* kNameTypes[] = {L"ITEM",  L"TABLEFIELD", L"SEGMENT", L"XMLATTRIBUTE",
-                                         L"XMLID", L"UNC",        nullptr};
-const CKeywordTable kNameTypeTable(kNameTypes);
-enum { NAME_ITEM, NAME_TABLEFIELD, NAME_SEGMENT, NAME_XMLATTRIBUTE, NAME_XMLID, NAME_UNC };
 
 bool AsciiLetter(wchar_t c) {
     return (c >= L'A' && c <= L'Z') || (c >= L'a' && c <= L'z');
@@ -466,25 +485,9 @@ bool NetworkName(const Text& path, Text& out) {
     return true;
 }
 
-int NameCommand(CShell&, CWords& args, COptions&, int, Text& result) {
-    const Text text = args.empty() ? Text() : args[0].text;
-    int type = NAME_ITEM;
-    if (args.size() > 1 && args[1].text != L"*") {
-        type = kNameTypeTable.Find(args[1].text, true);
-        if (type < 0) return 65;
-    }
-    const bool fix = args.size() > 2 && args[2].text == L"1";
-    if (type == NAME_UNC) {
-        Text network;
-        if (NetworkName(text, network)) {
-            result = network;
-        } else {
-            result = fix ? text : Text();
-        }
-        return 0;
-    }
-    // Segment names and XML names also take the dot and the underscore.
-    const bool wide = type == NAME_SEGMENT || type == NAME_XMLATTRIBUTE || type == NAME_XMLID;
+// A name of letters and digits (no digit first); `wide` also takes the dot and
+// the underscore. Invalid: empty, or with `fix` each offending character an 'x'.
+void CheckName(const Text& text, bool wide, bool fix, Text& result) {
     Text name = text;
     bool valid = !name.empty();
     for (size_t i = 0; i < name.size(); ++i) {
@@ -500,6 +503,40 @@ int NameCommand(CShell&, CWords& args, COptions&, int, Text& result) {
     } else {
         result = fix ? name : Text();
     }
+}
+
+// The types of NAME, one function each: items and table fields are plain names,
+// segment and XML names take the dot and the underscore, UNC asks the mounts.
+using NameHandler = void (*)(const Text& text, bool fix, Text& result);
+void NarrowName(const Text& text, bool fix, Text& result) {
+    CheckName(text, false, fix, result);
+}
+void WideName(const Text& text, bool fix, Text& result) {
+    CheckName(text, true, fix, result);
+}
+void UncName(const Text& text, bool fix, Text& result) {
+    Text network;
+    if (NetworkName(text, network)) {
+        result = network;
+    } else {
+        result = fix ? text : Text();
+    }
+}
+constexpr SSubcommand<NameHandler> kNameTypes[] = {
+    {L"ITEM", NarrowName},       {L"TABLEFIELD", NarrowName}, {L"SEGMENT", WideName},
+    {L"XMLATTRIBUTE", WideName}, {L"XMLID", WideName},        {L"UNC", UncName},
+};
+CSubcommandTable<NameHandler> g_nameTypes(L"NAMETYPES", kNameTypes);
+
+// NAME text type? check?
+int NameCommand(CShell&, CWords& args, COptions&, int, Text& result) {
+    const Text text = args.empty() ? Text() : args[0].text;
+    const SSubcommand<NameHandler>* type = &g_nameTypes[0];
+    if (args.size() > 1 && args[1].text != L"*") {
+        type = g_nameTypes.Find(args[1].text, true);
+        if (!type) return RC_BAD_ARG2;
+    }
+    type->handler(text, args.size() > 2 && args[2].text == L"1", result);
     return 0;
 }
 
@@ -523,5 +560,6 @@ constexpr CCommandRow kSystemRows[] = {
 } // namespace
 
 void RegisterSystemCommands() {
+    CSubcommandRegistry::Register(g_nameTypes);
     CCommandRegistry::Register(kSystemRows, std::size(kSystemRows));
 }

@@ -4,6 +4,7 @@
 
 #include "expr/numeric_args.h"
 #include "items/shell_table.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 
 namespace {
@@ -21,17 +22,17 @@ long VisibleRow(const CShellTable& table, TextView row) {
 int AppendTableEntries(CShell& shell, TextView name, const std::vector<Text>& texts, TextView fieldText,
                        bool clearFirst) {
     CShellTable* table = CShellTable::Find(shell, name);
-    if (!table) return 64;
+    if (!table) return RC_BAD_ARG1;
     CItemSection section(table->m_cs);
     int field = 0;
     if (!fieldText.empty()) {
         field = table->FindField(fieldText);
-        if (field < 0) return 65;
+        if (field < 0) return RC_BAD_ARG2;
     }
     if (clearFirst) table->DeleteAllRows();
     for (const Text& text : texts) {
         const long row = table->AppendRows(1);
-        if (row < 0) return 1;
+        if (row < 0) return RC_NO_MEMORY;
         const int rc = table->SetCell(row, field, text);
         if (rc != 0) return rc;
     }
@@ -40,17 +41,17 @@ int AppendTableEntries(CShell& shell, TextView name, const std::vector<Text>& te
 
 int TableRowText(CShell& shell, TextView name, TextView rowText, Text& out) {
     CShellTable* table = CShellTable::Find(shell, name);
-    if (!table) return 64;
+    if (!table) return RC_BAD_ARG1;
     CItemSection section(table->m_cs);
     const long row = VisibleRow(*table, rowText);
-    if (row < 0) return 65;
+    if (row < 0) return RC_BAD_ARG2;
     out = table->RowText(row, false);
     return 0;
 }
 
 int TableFirstFields(CShell& shell, TextView name, std::vector<Text>& out) {
     CShellTable* table = CShellTable::Find(shell, name);
-    if (!table) return 64;
+    if (!table) return RC_BAD_ARG1;
     CItemSection section(table->m_cs);
     out.clear();
     for (long v = 0, rows = table->GetRows(); v < rows; ++v) {
@@ -63,7 +64,7 @@ int TableFirstFields(CShell& shell, TextView name, std::vector<Text>& out) {
 
 int AddHistoryEntry(CShell& shell, TextView name, const Text& text) {
     CShellTable* table = CShellTable::Find(shell, name);
-    if (!table) return 64;
+    if (!table) return RC_BAD_ARG1;
     CItemSection section(table->m_cs);
     table->SetAllTags(false);
     for (long row = table->m_nRows - 1; row >= 0; --row) {
@@ -71,7 +72,7 @@ int AddHistoryEntry(CShell& shell, TextView name, const Text& text) {
         if (table->GetCell(row, 0, cell) && cell == text) table->DeleteRow(row);
     }
     const long row = table->AppendRows(1);
-    if (row < 0) return 1;
+    if (row < 0) return RC_NO_MEMORY;
     const int rc = table->SetCell(row, 0, text);
     table->SetAllTags(false);
     return rc;

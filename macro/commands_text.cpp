@@ -10,8 +10,8 @@
 #include "expr/numeric_args.h"
 #include "items/read_template.h"
 #include "shell/command_registry.h"
-#include "shell/options.h"
 #include "shell/error_table.h"
+#include "shell/options.h"
 #include "shell/shell.h"
 
 namespace {
@@ -20,7 +20,7 @@ namespace {
 // same words as the line it came from.
 constexpr wchar_t kQuote = wchar_t(1);
 
-bool Silent(const COptions& options) {
+bool SilentOption(const COptions& options) {
     return HasOption(options, L"Ss");
 }
 
@@ -35,17 +35,17 @@ int LineLength(CShell&, CWords& args, COptions&, int, Text& result) {
 }
 
 int Substr(CShell&, CWords& args, COptions&, int, Text& result) {
-    if (args.empty()) return 2;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     const Text& text = args[0].text;
     long long start = 0;
     long long count = -1;
     if (args.size() > 1) {
-        if (!EvalInteger(args[1].text, start)) return 65;
-        if (start < 0) return 254;
+        if (!EvalInteger(args[1].text, start)) return RC_BAD_ARG2;
+        if (start < 0) return RC_BAD_STRING_INDEX;
     }
     if (args.size() > 2) {
-        if (!EvalInteger(args[2].text, count)) return 66;
-        if (count < 0) return 255;
+        if (!EvalInteger(args[2].text, count)) return RC_BAD_ARG3;
+        if (count < 0) return RC_BAD_STRING_LENGTH;
     }
     if (start >= static_cast<long long>(text.size())) return 0;
     const size_t rest = text.size() - static_cast<size_t>(start);
@@ -108,18 +108,19 @@ enum { PICK_WORD, PICK_TOKEN };
 // WORD is forgiving: a bad number or index gives the empty result. TOKEN /S
 // tells them apart by code, for macros that loop until the index runs out.
 int PickWord(CShell&, CWords& args, COptions& options, int selector, Text& result) {
-    if (args.empty()) return 2;
-    const bool strict = selector == PICK_TOKEN && Silent(options);
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
+    const bool strict = selector == PICK_TOKEN && SilentOption(options);
     long long n = 0;
-    if (!EvalInteger(args[0].text, n)) return strict ? 64 : 0;
+    if (!EvalInteger(args[0].text, n)) return strict ? RC_BAD_ARG1 : 0;
     const SOption* cut = selector == PICK_TOKEN ? FindOption(options, L"Dd") : nullptr;
     if (cut) {
         const std::vector<Text> tokens = Tokens(JoinWords(args, 1), cut->text);
-        if (n < 0 || n >= static_cast<long long>(tokens.size())) return strict ? 260 : 0;
+        if (n < 0 || n >= static_cast<long long>(tokens.size()))
+            return strict ? RC_WORD_INDEX_OUT_OF_RANGE : 0;
         result = tokens[static_cast<size_t>(n)];
         return 0;
     }
-    if (n < 0 || n >= static_cast<long long>(args.size()) - 1) return strict ? 260 : 0;
+    if (n < 0 || n >= static_cast<long long>(args.size()) - 1) return strict ? RC_WORD_INDEX_OUT_OF_RANGE : 0;
     result = args[static_cast<size_t>(n) + 1].text;
     return 0;
 }
@@ -148,11 +149,11 @@ int Quote(CShell&, CWords& args, COptions& options, int, Text& result) {
 }
 
 int TrimWords(CShell& shell, CWords& args, COptions& options, int, Text& result) {
-    const bool silent = Silent(options);
+    const bool silent = SilentOption(options);
     const bool left = HasOption(options, L"Ll");
     const bool right = HasOption(options, L"Tt");
-    if (!left && !right) return silent ? 393 : 392;
-    if (args.empty()) return silent ? 351 : 2;
+    if (!left && !right) return Silent(RC_LEADING_OR_TRAILING_NEEDED, silent);
+    if (args.empty()) return Silent(RC_TOO_FEW_ARGUMENTS, silent);
     // The set starts empty: /B and /C say what goes.
     Text set;
     if (HasOption(options, L"Bb")) set += L" \t\r\n";
@@ -174,10 +175,10 @@ int TrimWords(CShell& shell, CWords& args, COptions& options, int, Text& result)
 }
 
 int StrChr(CShell& shell, CWords& args, COptions& options, int, Text& result) {
-    const bool silent = Silent(options);
-    if (args.size() < 2) return silent ? 351 : 2;
+    const bool silent = SilentOption(options);
+    if (args.size() < 2) return Silent(RC_TOO_FEW_ARGUMENTS, silent);
     const Text& set = args[0].text;
-    if (set.empty()) return silent ? 364 : 65;
+    if (set.empty()) return Silent(RC_BAD_ARG2, silent);
     const Text text = HasOption(options, L"Vv") ? shell.GetVar(args[1].text) : args[1].text;
     const size_t at = HasOption(options, L"Rr") ? text.find_last_of(set) : text.find_first_of(set);
     result = IntText(at == Text::npos ? -1 : static_cast<long long>(at));
@@ -219,7 +220,7 @@ Text Spell(long long n) {
 }
 
 int SpellNumbers(CShell& shell, CWords& args, COptions& options, int, Text& result) {
-    const bool silent = Silent(options);
+    const bool silent = SilentOption(options);
     const bool byName = HasOption(options, L"Vv");
     const bool skipSmall = HasOption(options, L"Tt");
     const bool zeroIsNo = HasOption(options, L"Zz");
@@ -230,7 +231,7 @@ int SpellNumbers(CShell& shell, CWords& args, COptions& options, int, Text& resu
         const Text text = byName ? shell.GetVar(args[i].text) : args[i].text;
         long long n = 0;
         if (!EvalInteger(text, n)) return ArgumentError(static_cast<int>(i) + 1, silent);
-        if (n < 0 || n > kLargestSpelled) return silent ? 482 : 481;
+        if (n < 0 || n > kLargestSpelled) return silent ? RC_SPELL_TOO_LARGE_WARNING : RC_SPELL_TOO_LARGE;
         if (skipSmall && n < 2) continue;
         const Text words = n == 0 && zeroIsNo ? Text(L"no") : Spell(n);
         if (any) out += L' ';
@@ -245,7 +246,7 @@ int SpellNumbers(CShell& shell, CWords& args, COptions& options, int, Text& resu
 enum { READ_VARIABLE, READ_STRING };
 
 int ReadText(CShell& shell, CWords& args, COptions& options, int selector, Text& /*result*/) {
-    if (args.size() < 2) return 2;
+    if (args.size() < 2) return RC_TOO_FEW_ARGUMENTS;
     const Text source = selector == READ_VARIABLE ? shell.GetVar(args[0].text) : args[0].text;
     ReadTemplate(shell, source, CWords(args.begin() + 1, args.end()), options);
     return 0;

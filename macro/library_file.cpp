@@ -5,33 +5,14 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include "base/file_io.h"
 #include "items/text_codec.h"
 #include "macro/source_loader.h"
 
 namespace {
 
-bool WriteBytes(int fd, const void* bytes, size_t length) {
-    const auto* p = static_cast<const char*>(bytes);
-    while (length > 0) {
-        const ssize_t n = ::write(fd, p, length);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        p += n;
-        length -= static_cast<size_t>(n);
-    }
-    return true;
-}
-
 bool ReadBytes(int fd, void* bytes, size_t length) {
-    auto* p = static_cast<char*>(bytes);
-    while (length > 0) {
-        const ssize_t n = ::read(fd, p, length);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        p += n;
-        length -= static_cast<size_t>(n);
-    }
-    return true;
+    return ReadFully(fd, bytes, length) == static_cast<long long>(length);
 }
 
 // Steps 4 to 7 of an add: the library file itself. The reading side takes a
@@ -47,7 +28,7 @@ bool AppendLines(const std::vector<SCodeText>& code, const Text& libraryPath, CL
     bool ok = true;
     const off_t size = ::lseek(fd, 0, SEEK_END);
     if (size == 0) {
-        ok = WriteBytes(fd, kLibraryMagic, kLibraryMagicLength);
+        ok = WriteFully(fd, kLibraryMagic, kLibraryMagicLength);
     } else {
         char magic[kLibraryMagicLength];
         if (size < 0 || ::lseek(fd, 0, SEEK_SET) != 0 || !ReadBytes(fd, magic, sizeof magic) ||
@@ -61,8 +42,8 @@ bool AppendLines(const std::vector<SCodeText>& code, const Text& libraryPath, CL
     }
     static constexpr char kZero = 0;
     for (size_t i = 0; ok && i < code.size(); ++i)
-        ok = WriteText(fd, code[i].text) && WriteBytes(fd, &kZero, 1);
-    ok = ok && WriteBytes(fd, &kZero, 1);
+        ok = WriteText(fd, code[i].text) && WriteFully(fd, &kZero, 1);
+    ok = ok && WriteFully(fd, &kZero, 1);
     if (::close(fd) != 0) ok = false;
     return ok;
 }

@@ -5,6 +5,7 @@
 #include "expr/register_expr.h"
 #include "items/register_items.h"
 #include "macro/classes.h"
+#include "macro/commands_calls.h"
 #include "macro/commands_io.h"
 #include "macro/commands_items.h"
 #include "macro/commands_load.h"
@@ -25,6 +26,7 @@ void RegisterMacroLayer() {
     CKeywordTable::SetIntegerEvaluator(&KeywordNumber);
     CMacroRuntime::Install();
     RegisterShellCommands();
+    RegisterCallCommands();
     RegisterTextCommands();
     RegisterSourceLoading();
     RegisterIoCommands();

@@ -73,7 +73,6 @@ public:
     SignalRandom();
     explicit SignalRandom(std::uint32_t seed) : m_engine(seed) {}
 
-    void Seed(std::uint32_t seed) { m_engine.seed(seed); }
     // Uniform in [low, high); `low` itself when the range is empty. A sigma that is not
     // positive gives the mean.
     double Uniform(double low, double high);

@@ -36,6 +36,7 @@ size_t CCommandRegistry::Count() {
 std::vector<Text> CCommandRegistry::Names() {
     std::lock_guard lock(g_registerLock);
     std::vector<Text> names;
-    for (auto* e = Rows().First(); e; e = e->next) names.push_back(e->key);
+    for (auto* e = Rows().First(); e; e = e->next)
+        if (!(e->value->flags & COMMAND_UNLISTED)) names.push_back(e->key);
     return names;
 }

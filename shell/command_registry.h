@@ -7,6 +7,7 @@
 
 #include "base/keyword_table.h"
 #include "base/name_list.h"
+#include "base/subcommand_table.h"
 #include "shell/words.h"
 
 class CShell;
@@ -15,6 +16,21 @@ class CShell;
 // asks for it), the options, the selector and the result text; it returns a
 // code of the error table.
 using CommandHandler = int (*)(CShell& shell, CWords& args, COptions& options, int selector, Text& result);
+
+// A keyword of a command (MSG LOOP, LOAD MACROCODE): its handler gets the
+// words behind the keyword. The command's table of these is the one source
+// for its dispatch, KVOCONSTANTS and HELP; another layer adds a keyword by
+// CSubcommandRegistry::Extend<SubcommandHandler>(command name, row).
+using SubcommandHandler = int (*)(CShell& shell, CWords& args, COptions& options, Text& result);
+using CCommandSubcommands = CSubcommandTable<SubcommandHandler>;
+using SCommandSubcommand = SSubcommand<SubcommandHandler>;
+
+// Flags of a command row.
+enum : unsigned {
+    COMMAND_BEFORE_ITEMS = 1u << 0, // a run-time line takes it before an item of that name (SET)
+    COMMAND_UNLISTED = 1u << 1,     // a keyword of the language, not in KVOCONSTANTS COMMANDS
+    COMMAND_CALL = 1u << 2,         // a call (GOSUB, MACRO ...): EXIT's result takes it as text
+};
 
 struct CCommandRow {
     const wchar_t* name = nullptr;
@@ -26,7 +42,18 @@ struct CCommandRow {
         nullptr;                        // the first argument must be one of these; its index is the selector
     const wchar_t* resultVar = nullptr; // success result from this variable ("RC": "0")
     const wchar_t* failText = nullptr;  // result on failure
+    // The first argument must be one of these keywords (a number may stand for
+    // one); that keyword's handler runs in the place of `handler`, whose
+    // minimum then counts the keyword too.
+    const CCommandSubcommands* pSubcommands = nullptr;
+    unsigned flags = 0; // COMMAND_...
 };
+
+// The same command under a second name (MESSAGE for MSG).
+constexpr CCommandRow Alias(CCommandRow row, const wchar_t* name) {
+    row.name = name;
+    return row;
+}
 
 class CCommandRegistry {
 public:
@@ -36,6 +63,6 @@ public:
     // Exact, case-insensitive; command names are never abbreviated.
     static const CCommandRow* Find(TextView name);
     static size_t Count();
-    // The names of all rows, in the order of their first registration.
+    // The names of the listed rows, in the order of their first registration.
     static std::vector<Text> Names();
 };

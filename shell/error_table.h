@@ -4,6 +4,7 @@
 #pragma once
 
 #include "base/text.h"
+#include "shell/rc_codes.h"
 
 // Codes 0..485 have entries; entry 0 has no text of its own.
 constexpr int kErrorCount = 486;

@@ -10,15 +10,13 @@ class CFrameBase {
 public:
     // `sharedLocals` non-null: the frame shares its caller's store (MACROX, GOSUBX).
     explicit CFrameBase(CFrameBase* parent, CVariableMap* sharedLocals = nullptr)
-        : m_pParent(parent), m_pLocals(sharedLocals ? sharedLocals : &m_ownLocals),
-          m_bSharedLocals(sharedLocals != nullptr) {}
+        : m_pParent(parent), m_pLocals(sharedLocals ? sharedLocals : &m_ownLocals) {}
     virtual ~CFrameBase() = default;
     CFrameBase(const CFrameBase&) = delete;
     CFrameBase& operator=(const CFrameBase&) = delete;
 
     CFrameBase* Parent() const { return m_pParent; }
     CVariableMap& Locals() { return *m_pLocals; }
-    bool SharesLocals() const { return m_bSharedLocals; }
     // The instance object (an item of kind INSTANCE) whose method runs here, or null.
     void* Instance() const { return m_pInstance; }
     void SetInstance(void* instance) { m_pInstance = instance; }
@@ -27,6 +25,5 @@ private:
     CFrameBase* m_pParent;
     CVariableMap m_ownLocals;
     CVariableMap* m_pLocals;
-    bool m_bSharedLocals;
     void* m_pInstance = nullptr;
 };

@@ -2,6 +2,7 @@
 
 #include <array>
 #include <atomic>
+#include <vector>
 
 namespace {
 constexpr int kKinds = 15;
@@ -27,12 +28,18 @@ CItemKind* CItemKindRegistry::Find(int kind) {
     return kind >= 0 && kind < kKinds ? g_kinds[kind].load() : nullptr;
 }
 
-CItemKind* CItemKindRegistry::FindKeyword(TextView keyword) {
-    for (auto& slot : g_kinds) {
-        CItemKind* k = slot.load();
-        if (k && k->Keyword()[0] && EqualNoCase(k->Keyword(), keyword)) return k;
-    }
-    return nullptr;
+CSubcommandTable<int>& CItemKindRegistry::NewKeywords() {
+    static CSubcommandTable<int> table(L"NEW", [] {
+        std::vector<SSubcommand<int>> rows;
+        for (int kind = KIND_TABLE; kind <= KIND_DCOM; ++kind) rows.push_back({kKeywords[kind], kind});
+        return rows;
+    }());
+    return table;
+}
+
+int CItemKindRegistry::FindNewKind(TextView word) {
+    const SSubcommand<int>* row = NewKeywords().Find(word, true);
+    return row ? row->handler : -1;
 }
 
 const wchar_t* CItemKindRegistry::Prefix(int kind) {

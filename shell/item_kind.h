@@ -8,7 +8,9 @@
 #include <vector>
 
 #include "base/message_queue.h"
+#include "base/subcommand_table.h"
 #include "base/text.h"
+#include "shell/rc_codes.h"
 #include "shell/words.h"
 
 class CShell;
@@ -70,7 +72,7 @@ public:
     // NEW kind name args...: makes the object. Returns a code; 0 with `object` set on success.
     virtual int Create(CShell&, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
                        void*& /*object*/) {
-        return 157; // "not (yet) supported"
+        return RC_NOT_SUPPORTED;
     }
     // Another share of an existing object (NEW /Z); false when the kind does not share.
     virtual bool AddRef(void* /*object*/) { return false; }
@@ -78,10 +80,10 @@ public:
     virtual void Release(void* /*object*/) {}
     // DELETE's per-kind check; 0 lets the entry go.
     virtual int CheckDelete(CShell&, void* /*object*/, bool /*silent*/) { return 0; }
-    // SET item args...; 261 when the kind has no handler.
+    // SET item args...; the kind without a handler answers that SET is unsupported.
     virtual int Set(CShell&, void* /*object*/, const Text& /*name*/, CWords& /*args*/, COptions& /*options*/,
                     Text& /*result*/) {
-        return 261;
+        return RC_SET_UNSUPPORTED_KIND;
     }
     // name[args]: the status text.
     virtual int Status(CShell&, void* /*object*/, const std::vector<Text>& /*args*/, Text& out) {
@@ -93,9 +95,9 @@ public:
     // name[]: the size.
     virtual long long Size(void* /*object*/) { return 0; }
     // name := value and name[args] := value.
-    virtual int Assign(CShell&, void* /*object*/, TextView /*value*/) { return 174; }
+    virtual int Assign(CShell&, void* /*object*/, TextView /*value*/) { return RC_ASSIGNMENT_FAILED; }
     virtual int AssignElement(CShell&, void* /*object*/, TextView /*args*/, TextView /*value*/) {
-        return 174;
+        return RC_ASSIGNMENT_FAILED;
     }
     // The member store of an instance; null for other kinds.
     virtual CVariableMap* Members(void* /*object*/) { return nullptr; }
@@ -103,6 +105,14 @@ public:
     virtual bool Claim(void* /*object*/, const SMessage&) { return false; }
     // Told of a message whose source it is, before the message becomes a line.
     virtual void Notify(CShell&, void* /*object*/, SMessage&) {}
+    // The line a message from one of its items becomes, when the kind words it
+    // itself (a DDE conversation's disconnect is "DDECONV name EXIT", its advise
+    // data "DDECONV name ADVISEDATA text n"; an IP item's "IP name SEND n" and
+    // "IP name ERROR text"); false leaves the shell's common form.
+    virtual bool MessageLine(CShell&, void* /*object*/, const Text& /*name*/, const SMessage&,
+                             Text& /*line*/) {
+        return false;
+    }
     // Items whose objects are made from a list of texts (the table of dropped files).
     virtual void* FromLines(const std::vector<Text>& /*lines*/) { return nullptr; }
     // The number object's text form (kind 14).
@@ -129,8 +139,12 @@ public:
     static void Register(CItemKind* kind);
     static void Unregister(int kind);
     static CItemKind* Find(int kind);
-    // By NEW's keyword, exact (ignoring case).
-    static CItemKind* FindKeyword(TextView keyword);
+    // NEW's keywords: the kinds 2 (TABLE) to 13 (DCOM) in order, so a number n
+    // stands for kind n + 2; also for kinds this build does not have. The rows'
+    // handler is the kind number. KVOCONSTANTS NEW and LIST read them here.
+    static CSubcommandTable<int>& NewKeywords();
+    // The kind a word names as NEW takes it (abbreviated, or a number); -1 when none.
+    static int FindNewKind(TextView word);
     // The prefix of generated names; the fixed table of prefixes also for kinds
     // that are not registered in this build.
     static const wchar_t* Prefix(int kind);

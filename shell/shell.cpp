@@ -106,13 +106,13 @@ bool CShell::Post(void* source, uint32_t code, intptr_t param, std::unique_ptr<S
 }
 
 int CShell::Run(const Text& text, const CShell* sender) {
-    if (State() >= SHELL_ENDING) return 15;
-    if (text.empty()) return 14;
+    if (State() >= SHELL_ENDING) return RC_SHELL_CANCELLED;
+    if (text.empty()) return RC_SHELL_BUSY;
     const CShell* from = sender ? sender : this;
     // The sender's id travels as the parameter: a shell may be gone by the time the line is made.
     if (!Post(const_cast<CShell*>(from), MSG_RUN, static_cast<intptr_t>(from->Id()),
               std::make_unique<STextPayload>(text)))
-        return 14;
+        return RC_SHELL_BUSY;
     return 0;
 }
 
@@ -214,23 +214,12 @@ bool CShell::MessageLine(SMessage& m, Text& line) {
         line = Format(L"%s %s DROPFILE %s", kindWord, itemName, tableName.c_str());
         return true;
     }
-    case MSG_DDE_DISCONNECTED:
-        if (!source || ItemKindOf(source->user) != KIND_DDECONV) break;
-        line = Format(L"DDECONV %s EXIT", itemName);
-        return true;
-    case MSG_DDE_ADVISEDATA:
-        if (!source || ItemKindOf(source->user) != KIND_DDECONV) break;
-        line = Format(L"DDECONV %s ADVISEDATA %s %d", itemName,
-                      PayloadText(m) ? PayloadText(m)->c_str() : L"", static_cast<int>(m.param));
-        return true;
-    case MSG_IP_SEND:
-        line = Format(L"IP %s SEND %d", itemName, static_cast<int>(m.param));
-        return true;
-    case MSG_IP_ERROR:
-        line = Format(L"IP %s ERROR %s", itemName, PayloadText(m) ? PayloadText(m)->c_str() : L"");
-        return true;
     default:
         break;
+    }
+    if (source) {
+        CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(source->user));
+        if (kind && kind->MessageLine(*this, source->value, source->key, m, line)) return true;
     }
 
     if (!source) {

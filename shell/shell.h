@@ -51,8 +51,6 @@ public:
 
     bool StartThread();
     void Resume() { m_resume.Set(); }
-    // True on the shell's own thread.
-    bool OnThread() const { return m_thread.IsCurrent(); }
     int State() const { return m_state.load(); }
     void SetState(int state) { m_state.store(state); }
     // Set when the thread has ended.
@@ -106,6 +104,9 @@ public:
     CFrameBase* m_pFrame = nullptr;
     unsigned m_level = 0;
     Text m_interpretTarget;
+    // Whether the command running now must leave its result at once (an inline
+    // command, an assignment): a call then runs its frame to the end first.
+    bool m_bResultWanted = false;
     std::chrono::steady_clock::time_point m_ticks;
     bool m_bDebugAllowed = true;
 

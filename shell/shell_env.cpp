@@ -202,11 +202,6 @@ IMainWindow* CShellEnv::MainWnd() const {
     return m_mainWnd;
 }
 
-void CShellEnv::SetMainWnd(IMainWindow* mainWnd) {
-    std::lock_guard lock(m_lock);
-    m_mainWnd = mainWnd;
-}
-
 void CShellEnv::PostOrder(int order, std::unique_ptr<SPayload> payload) {
     if (IMainWindow* w = MainWnd()) w->PostOrder(order, std::move(payload));
 }

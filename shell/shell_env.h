@@ -69,7 +69,6 @@ public:
     void Log(const Text& line);
     void ClearLog();
     IMainWindow* MainWnd() const;
-    void SetMainWnd(IMainWindow* mainWnd);
     void PostOrder(int order, std::unique_ptr<SPayload> payload = {});
     // Called by a shell's thread as it ends.
     void ShellEnded();

@@ -50,7 +50,3 @@ size_t CVariableMap::Count() const {
     return m_map.Count();
 }
 
-void CVariableMap::ForEach(const std::function<void(const Text&, const Text&)>& visit) const {
-    std::lock_guard lock(m_lock);
-    for (auto* e = m_map.First(); e; e = e->next) visit(e->key, e->value);
-}

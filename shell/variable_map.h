@@ -2,7 +2,6 @@
 // rule of the language that an empty value and a missing variable are one.
 #pragma once
 
-#include <functional>
 #include <mutex>
 
 #include "base/name_list.h"
@@ -19,8 +18,6 @@ public:
     void Remove(TextView name);
     void Clear();
     size_t Count() const;
-    // Visits every entry in creation order under the lock; the visitor must not touch this map.
-    void ForEach(const std::function<void(const Text& name, const Text& value)>& visit) const;
 
 private:
     mutable std::mutex m_lock;

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include "shell/message_codes.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 
@@ -152,8 +153,9 @@ bool CAudioEngine::RunningFor(const void* source) const {
 }
 
 int CAudioEngine::Start(const SAudioRequest& request) {
-    if (!request.wave || !request.wave->IsValid()) return 4;
-    if (request.record && request.coding != CODING_PCM16 && request.coding != CODING_PCM32) return 3;
+    if (!request.wave || !request.wave->IsValid()) return RC_INVALID_ARGUMENT;
+    if (request.record && request.coding != CODING_PCM16 && request.coding != CODING_PCM32)
+        return RC_TOO_MANY_ARGUMENTS;
     const auto& list = AudioDevices(request.record);
     if (request.device >= 0 && request.device < static_cast<int>(list.size())) {
         const SAudioDevice& device = list[static_cast<size_t>(request.device)];
@@ -164,18 +166,18 @@ int CAudioEngine::Start(const SAudioRequest& request) {
             p.sampleFormat = PaFormat(request.coding);
             if (Pa_IsFormatSupported(request.record ? &p : nullptr, request.record ? nullptr : &p,
                                      request.wave->GetRate()) != paFormatIsSupported)
-                return 5;
+                return RC_INVALID_OPTION;
         }
     }
     std::unique_lock lock(m_lock);
-    if (m_state.load() == 2) return 437;
+    if (m_state.load() == 2) return RC_DEVICE_NOT_READY_SILENT;
     if (m_thread.joinable()) m_thread.join();
     const int access = request.record ? SFIO_READWRITE : SFIO_READ;
     int error = 0;
     std::unique_ptr<CSfio, CSfioCloser> sfio(
         request.wave->CreateSfio(access | CODING_FLOAT | (request.reversed ? SFIO_REVERSED : 0), error,
                                  request.blockFrames, request.begin, request.end));
-    if (!sfio) return error == SFIO_ERR_NOFILE ? 167 : 4;
+    if (!sfio) return error == RC_SFIO_WITHOUT_SOUNDFILE ? RC_NO_SFIO_BUFFER : RC_INVALID_ARGUMENT;
     m_stop = false;
     m_position = 0;
     m_length = sfio->Length();

@@ -19,6 +19,7 @@
 #include "expr/numeric_args.h"
 #include "shell/command_registry.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
 #include "signal/register_signal.h"
@@ -30,26 +31,14 @@
 
 namespace {
 
-constexpr const wchar_t* kLoadKeywords[] = {L"MACROCODE", L"SPUCODE", L"SOUNDFILE", L"SOURCECODE", nullptr};
-const CKeywordTable kLoadTable(kLoadKeywords);
-constexpr int kLoadSoundFile = 2;
-
 constexpr const wchar_t* kKindKeywords[] = {L"BINARY", L"KV5", L"WAVE", nullptr};
 const CKeywordTable kKindTable(kKindKeywords);
 constexpr int kKinds[] = {SFKIND_BINARY, SFKIND_KV5, SFKIND_WAVE};
 
-constexpr int kNoSoundFile = 108;
-constexpr int kLoadFailed = 455, kLoadFailedSilent = 316;
-constexpr int kUnloadFailed = 311, kUnloadFailedSilent = 312;
-
-// The code rows that were there before this layer took LOAD and UNLOAD over.
-CommandHandler g_previousLoad = nullptr;
-CommandHandler g_previousUnload = nullptr;
-
-int LoadSoundFile(CShell& shell, CWords& args, COptions& options) {
+int LoadSoundFile(CShell& shell, CWords& args, COptions& options, Text&) {
     const bool silent = HasOption(options, L"Ss");
-    const int failure = silent ? kLoadFailedSilent : kLoadFailed;
-    if (args.empty()) return 2;
+    const int failure = silent ? RC_LOAD_FAILED_WARNING : RC_LOAD_FAILED;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     const Text& path = args[0].text;
     CShellEnv& env = shell.Env();
     if (CSoundFile* present = FindSoundFile(env, path)) {
@@ -62,7 +51,7 @@ int LoadSoundFile(CShell& shell, CWords& args, COptions& options) {
     long long channels = 0, offset = 0;
     double rate = 0;
     if (args.size() > 1) {
-        if (args.size() < 5) return 2;
+        if (args.size() < 5) return RC_TOO_FEW_ARGUMENTS;
         const int kind = kKindTable.Find(args[1].text, true);
         const int coding = CodingFromName(args[2].text);
         if (kind < 0 || coding == 0) return failure;
@@ -70,7 +59,7 @@ int LoadSoundFile(CShell& shell, CWords& args, COptions& options) {
         if (args.size() > 5 && !EvalInteger(args[5].text, offset)) return failure;
         mode |= kKinds[kind] | coding;
     } else if (create) {
-        return 2;
+        return RC_TOO_FEW_ARGUMENTS;
     } else {
         mode |= SFKIND_WAVE;
     }
@@ -93,7 +82,7 @@ int LoadSoundFile(CShell& shell, CWords& args, COptions& options) {
     return 0;
 }
 
-int UnloadSoundFiles(CShell& shell, CWords& args, COptions& options) {
+int UnloadSoundFiles(CShell& shell, CWords& args, COptions& options, Text&) {
     CShellEnv& env = shell.Env();
     int failures = 0;
     for (size_t i = 0; i < args.size(); ++i) {
@@ -112,17 +101,7 @@ int UnloadSoundFiles(CShell& shell, CWords& args, COptions& options) {
         delete file;
     }
     if (failures == 0) return 0;
-    return HasOption(options, L"Ss") ? kUnloadFailedSilent : kUnloadFailed;
-}
-
-int LoadCommand(CShell& shell, CWords& args, COptions& options, int selector, Text& result) {
-    if (selector == kLoadSoundFile) return LoadSoundFile(shell, args, options);
-    return g_previousLoad ? g_previousLoad(shell, args, options, selector, result) : 157;
-}
-
-int UnloadCommand(CShell& shell, CWords& args, COptions& options, int selector, Text& result) {
-    if (selector == kLoadSoundFile) return UnloadSoundFiles(shell, args, options);
-    return g_previousUnload ? g_previousUnload(shell, args, options, selector, result) : 157;
+    return Silent(RC_CANNOT_UNLOAD_SOUNDFILE, HasOption(options, L"Ss"));
 }
 
 SSegmentContext FileContext(CSoundFile* file) {
@@ -138,13 +117,13 @@ SSegmentContext FileContext(CSoundFile* file) {
 
 int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result) {
     CSoundFile* file = CurrentSoundFile(shell);
-    if (!file) return kNoSoundFile;
+    if (!file) return RC_NO_SOUNDFILE;
     const SSegmentContext context = FileContext(file);
     long long begin = 0, end = 0;
     const Text& text = args[0].text;
     if (text.find(L'_') == Text::npos) {
         long long unused = 0;
-        if (!ParseAddress(text, context, end, unused) || end < 0) return SEGERR_START;
+        if (!ParseAddress(text, context, end, unused) || end < 0) return RC_BAD_SEGMENT_START;
     } else {
         const int code = ParseSegmentRange(text, context, begin, end);
         if (code != 0) return code;
@@ -157,7 +136,7 @@ int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result)
 }
 
 int SegmentCommand(CShell& shell, CWords& args, COptions& options, int, Text& result) {
-    const int failure = HasOption(options, L"Ss") ? SEGERR_SILENT : SEGERR_BAD;
+    const int failure = HasOption(options, L"Ss") ? RC_BAD_SEGMENT_EXPRESSION : RC_BAD_SEGMENT_ADDRESS;
     SSegmentContext context = FileContext(CurrentSoundFile(shell));
     if (args.size() > 1 && args[1].text != L"*" && !EvalNumber(args[1].text, context.rate)) return failure;
     if (args.size() > 2 && args[2].text != L"*" && !EvalInteger(args[2].text, context.length)) return failure;
@@ -166,21 +145,6 @@ int SegmentCommand(CShell& shell, CWords& args, COptions& options, int, Text& re
     result = Format(L"%lld %lld %lld", begin, end, end - begin);
     return 0;
 }
-
-CCommandRow g_loadRows[] = {
-    {.name = L"LOAD",
-     .handler = LoadCommand,
-     .m_bOptions = true,
-     .minArgs = 2,
-     .pKeywords = &kLoadTable,
-     .resultVar = L"RC"},
-    {.name = L"UNLOAD",
-     .handler = UnloadCommand,
-     .m_bOptions = true,
-     .minArgs = 2,
-     .pKeywords = &kLoadTable,
-     .resultVar = L"RC"},
-};
 
 constexpr CCommandRow kSoundRows[] = {
     {.name = L"SFTRUNCATE", .handler = SfTruncateCommand, .minArgs = 1},
@@ -214,13 +178,8 @@ void SelectSoundFile(CShell& shell, CSoundFile* file) {
 }
 
 void RegisterSoundFileCommands() {
-    // LOAD and UNLOAD of code stay with the macro layer; this layer adds the
-    // SOUNDFILE keyword in front of them.
-    for (CCommandRow& row : g_loadRows) {
-        const CCommandRow* present = CCommandRegistry::Find(row.name);
-        if (present && present->handler != row.handler)
-            (row.handler == LoadCommand ? g_previousLoad : g_previousUnload) = present->handler;
-    }
-    CCommandRegistry::Register(g_loadRows, std::size(g_loadRows));
+    // LOAD and UNLOAD belong to the macro layer, which holds the place of SOUNDFILE.
+    CSubcommandRegistry::Extend<SubcommandHandler>(L"LOAD", {L"SOUNDFILE", LoadSoundFile});
+    CSubcommandRegistry::Extend<SubcommandHandler>(L"UNLOAD", {L"SOUNDFILE", UnloadSoundFiles});
     CCommandRegistry::Register(kSoundRows, std::size(kSoundRows));
 }

@@ -100,7 +100,7 @@ bool ParseAddress(TextView text, const SSegmentContext& context, long long& begi
 }
 
 int ParseSegmentRange(TextView text, const SSegmentContext& context, long long& begin, long long& end) {
-    int failure = SEGERR_START;
+    int failure = RC_BAD_SEGMENT_START;
     // Segment names may hold "_" themselves: the first split whose left side is an
     // address decides.
     for (size_t cut = text.find(L'_'); cut != TextView::npos; cut = text.find(L'_', cut + 1)) {
@@ -114,18 +114,18 @@ int ParseSegmentRange(TextView text, const SSegmentContext& context, long long& 
         }
         long long v = 0, unused = 0;
         if (!ParseAddress(rest, context, v, unused)) {
-            failure = SEGERR_END;
+            failure = RC_BAD_SEGMENT_END;
             continue;
         }
         begin = b;
         end = mode == 0 ? v : b + mode * v;
         if (end < begin) std::swap(begin, end);
-        return begin < 0 ? SEGERR_START : 0;
+        return begin < 0 ? RC_BAD_SEGMENT_START : 0;
     }
     long long b = 0, e = 0;
     if (!ParseAddress(text, context, b, e)) return failure;
     if (e < b) std::swap(b, e);
-    if (b < 0) return SEGERR_START;
+    if (b < 0) return RC_BAD_SEGMENT_START;
     begin = b;
     end = e;
     return 0;

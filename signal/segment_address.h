@@ -6,11 +6,7 @@
 #include <functional>
 
 #include "base/text.h"
-
-constexpr int SEGERR_START = 189;  // invalid segment start address
-constexpr int SEGERR_END = 190;    // invalid segment end address
-constexpr int SEGERR_BAD = 243;    // bad segment address (SEGMENT)
-constexpr int SEGERR_SILENT = 306; // ill-formed segment expression (SEGMENT /S)
+#include "shell/rc_codes.h"
 
 struct SSegmentContext {
     double rate = 0;       // frames a second; units of time need it above 0
@@ -22,5 +18,5 @@ struct SSegmentContext {
 // One address without "_": the pair of frames. False when it does not parse.
 bool ParseAddress(TextView text, const SSegmentContext& context, long long& begin, long long& end);
 
-// A whole range: 0, SEGERR_START or SEGERR_END. Begin and end come out in order.
+// A whole range: 0, RC_BAD_SEGMENT_START or RC_BAD_SEGMENT_END. Begin and end come out in order.
 int ParseSegmentRange(TextView text, const SSegmentContext& context, long long& begin, long long& end);

@@ -1,12 +1,11 @@
 #include <atomic>
 
+#include "shell/rc_codes.h"
 #include "signal/segment_tables.h"
 #include "signal/sound_file.h"
 
 namespace {
 std::atomic<const SSegmentTableHooks*> g_hooks{nullptr};
-constexpr int kNotSupported = 157;
-constexpr int kNoSegmentTable = 146;
 } // namespace
 
 const SSegmentTableHooks* SegmentTableHooks() {
@@ -19,9 +18,9 @@ void SetSegmentTableHooks(const SSegmentTableHooks* hooks) {
 
 int AttachSegmentTable(CSoundFile& file, void* table, bool readDirectory) {
     const SSegmentTableHooks* hooks = SegmentTableHooks();
-    if (!hooks) return kNotSupported;
+    if (!hooks) return RC_NOT_SUPPORTED;
     DetachSegmentTable(file);
-    if (!table || !hooks->canHold(table)) return kNoSegmentTable;
+    if (!table || !hooks->canHold(table)) return RC_INTERNAL_TABLE;
     hooks->addRef(table);
     file.m_pTable = table;
     if (readDirectory) hooks->fill(table, file);

@@ -3,6 +3,7 @@
 #include "signal/segment_tables.h"
 
 #include "items/shell_table.h"
+#include "shell/rc_codes.h"
 #include "signal/sound_file.h"
 #include "signal/sound_file_list.h"
 
@@ -78,8 +79,8 @@ namespace {
 // NEW TABLE t /S: another share of the current sound file's segment table.
 int CurrentSegments(CShell& shell, CShellTable*& table) {
     CSoundFile* file = CurrentSoundFile(shell);
-    if (!file) return 108;
-    if (!file->m_pTable) return 157;
+    if (!file) return RC_NO_SOUNDFILE;
+    if (!file->m_pTable) return RC_NOT_SUPPORTED;
     table = static_cast<CShellTable*>(static_cast<CShellItem*>(file->m_pTable));
     return 0;
 }

@@ -12,7 +12,6 @@ public:
     bool IsRunning() const override { return m_pMaster->IsRunning(); }
     long long Transfer(int flags, long long first, long long count, void* buffer) override;
     bool CanWrite() const override { return m_pMaster->CanWrite(); }
-    CWaveObject& Master() const { return *m_pMaster; }
 
 private:
     CWaveObject* m_pMaster;

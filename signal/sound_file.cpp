@@ -6,7 +6,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "base/file_io.h"
 #include "numeric/vector_kernels.h"
+#include "shell/rc_codes.h"
 #include "signal/sample_coding.h"
 #include "signal/segment_tables.h"
 
@@ -73,27 +75,11 @@ void CSoundFileHandle::Close() {
 }
 
 long long CSoundFileHandle::Read(uint64_t offset, void* buffer, size_t bytes) {
-    size_t done = 0;
-    auto* p = static_cast<uint8_t*>(buffer);
-    while (done < bytes) {
-        const ssize_t n = ::pread(m_fd, p + done, bytes - done, static_cast<off_t>(offset + done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) break;
-        done += static_cast<size_t>(n);
-    }
-    return static_cast<long long>(done);
+    return ReadFullyAt(m_fd, static_cast<long long>(offset), buffer, bytes);
 }
 
 bool CSoundFileHandle::Write(uint64_t offset, const void* buffer, size_t bytes) {
-    size_t done = 0;
-    const auto* p = static_cast<const uint8_t*>(buffer);
-    while (done < bytes) {
-        const ssize_t n = ::pwrite(m_fd, p + done, bytes - done, static_cast<off_t>(offset + done));
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        done += static_cast<size_t>(n);
-    }
-    return true;
+    return WriteFullyAt(m_fd, static_cast<long long>(offset), buffer, bytes);
 }
 
 bool CSoundFileHandle::Truncate(uint64_t size) {
@@ -265,9 +251,9 @@ bool CSoundFile::WriteFrames(long long first, long long count, const void* buffe
 
 int CSoundFile::TruncateFrames(long long first, long long end) {
     std::lock_guard lock(m_cs);
-    if (!m_file.IsOpen() || !Writable()) return 171;
+    if (!m_file.IsOpen() || !Writable()) return RC_SFIO_WITHOUT_SOUNDFILE;
     const long long frames = m_frameBytes > 0 ? m_dataLength / m_frameBytes : 0;
-    if (first < 0 || first > end || end > frames) return 172;
+    if (first < 0 || first > end || end > frames) return RC_SIGNAL_RANGE_OUT_OF_RANGE;
     const uint64_t base = static_cast<uint64_t>(m_dataOffset);
     if (first > 0) {
         std::vector<uint8_t> block(kMoveBlock);
@@ -278,14 +264,14 @@ int CSoundFile::TruncateFrames(long long first, long long end) {
             const size_t n = static_cast<size_t>(left < kMoveBlock ? left : kMoveBlock);
             if (m_file.Read(from, block.data(), n) != static_cast<long long>(n) ||
                 !m_file.Write(to, block.data(), n))
-                return 7;
+                return RC_COMMAND_ERROR;
             from += n;
             to += n;
             left -= n;
         }
     }
     m_dataLength = (end - first) * m_frameBytes;
-    if (!m_file.Truncate(base + static_cast<uint64_t>(m_dataLength))) return 7;
+    if (!m_file.Truncate(base + static_cast<uint64_t>(m_dataLength))) return RC_COMMAND_ERROR;
     m_bSizesDirty = true;
     return 0;
 }

@@ -64,7 +64,6 @@ public:
     bool Companded() const { return m_companded; }
     int Channels() const { return m_channels; }
     double Rate() const { return m_rate; }
-    long long DataOffset() const { return m_dataOffset; }
     int FrameBytes() const { return m_frameBytes; }
     long long Frames() const;
     const std::vector<SSegment>& Segments() const { return m_segments; }

@@ -54,6 +54,7 @@
 #include "items/value_item.h"
 #include "numeric/matrix.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "signal/audio_engine.h"
 #include "signal/segment_address.h"
@@ -66,35 +67,10 @@
 
 namespace {
 
-constexpr const wchar_t* kCommands[] = {L"COPY",     L"PLAY",   L"RECORD", L"STOP", L"DEVICE", L"SIGNAL",
-                                        L"ENVELOPE", L"FILTER", L"AMOD",   L"FMOD", L"END",    nullptr};
-const CKeywordTable kCommandTable(kCommands);
-enum {
-    CMD_COPY,
-    CMD_PLAY,
-    CMD_RECORD,
-    CMD_STOP,
-    CMD_DEVICE,
-    CMD_SIGNAL,
-    CMD_ENVELOPE,
-    CMD_FILTER,
-    CMD_AMOD,
-    CMD_FMOD,
-    CMD_END
-};
+using SWaveSet = SSetCall<CWaveItem>;
 
 constexpr const wchar_t* kReferences[] = {L"ABSOLUTE", L"BEGIN", L"END", nullptr};
 const CKeywordTable kReferenceTable(kReferences);
-constexpr const wchar_t* kShapes[] = {L"Pause",   L"Value", L"Rectangle", L"Triangle", L"Noise", L"Tone",
-                                      L"Segment", L"Wave",  L"Table",     L"LPSyn",    nullptr};
-const CKeywordTable kShapeTable(kShapes);
-
-constexpr int kSequenceSetup = 95;
-constexpr int kNoSignalHere = 60, kNotValidHere = 61;
-constexpr int kChannelMismatch = 7;
-constexpr int kReadOnly = 167;
-constexpr int kRangeOutside = 150;
-constexpr int kNoSoundFile = 108;
 
 using SfioPtr = std::unique_ptr<CSfio, CSfioCloser>;
 
@@ -125,112 +101,151 @@ bool ReadChannel(CWaveObject& wave, long long first, long long end, int channel,
     return true;
 }
 
-int ShapeArguments(CShell& shell, CSequenceWave& sequence, int shape, CWords& args, size_t at, SSection& s) {
-    const double rate = sequence.GetRate();
-    auto numbers = [&](size_t from) {
-        for (size_t i = from; i < args.size(); ++i) {
-            double v = 0;
-            if (!Number(args[i].text, v)) return false;
-            s.args.push_back(v);
-        }
-        return true;
-    };
-    switch (shape) {
-    case SHAPE_PAUSE:
-    case SHAPE_VALUE:
-    case SHAPE_RECTANGLE:
-    case SHAPE_TRIANGLE:
-    case SHAPE_TONE:
-    case SHAPE_LPSYN: {
-        if (args.size() <= at || !Frames(args[at].text, rate, -1, s.length) || s.length <= 0)
-            return kSequenceSetup;
-        if (!numbers(at + 1)) return kSequenceSetup;
-        const size_t need = shape == SHAPE_PAUSE ? 0 : shape == SHAPE_LPSYN ? 2 : 1;
-        return s.args.size() >= need ? 0 : kSequenceSetup;
+// --- The shapes of SET w SIGNAL: each reads its arguments into a section -----------------
+
+struct SShapeCall {
+    CShell& shell;
+    CSequenceWave& sequence;
+    CWords& args; // the words behind the shape's name
+    SSection& s;
+    bool Has(size_t i) const { return args.size() > i; }
+    const Text& Word(size_t i) const { return args[i].text; }
+};
+
+// Numbers from `from` on into the section's arguments.
+bool ShapeNumbers(SShapeCall& c, size_t from) {
+    for (size_t i = from; i < c.args.size(); ++i) {
+        double v = 0;
+        if (!Number(c.Word(i), v)) return false;
+        c.s.args.push_back(v);
     }
-    case SHAPE_NOISE: {
-        if (args.size() <= at || !Frames(args[at].text, rate, -1, s.length) || s.length <= 0)
-            return kSequenceSetup;
-        double amplitude = 1.0, normal = 0, seed = 1;
-        if (args.size() > at + 1 && !Number(args[at + 1].text, amplitude)) return kSequenceSetup;
-        if (args.size() > at + 2) {
-            if (EqualNoCase(args[at + 2].text, L"normal"))
-                normal = 1;
-            else if (!EqualNoCase(args[at + 2].text, L"uniform"))
-                return kSequenceSetup;
-        }
-        if (args.size() > at + 3 && !Number(args[at + 3].text, seed)) return kSequenceSetup;
-        s.args = {amplitude, normal, seed};
-        return 0;
-    }
-    case SHAPE_SEGMENT: {
-        CSoundFile* file = CurrentSoundFile(shell);
-        if (!file) return kNoSoundFile;
-        if (args.size() <= at) return kSequenceSetup;
-        SSegmentContext context;
-        context.rate = file->Rate();
-        context.length = file->Frames();
-        context.lookup = [file](TextView name, long long& b, long long& e) {
-            return LookupFileSegment(*file, name, b, e);
-        };
-        long long begin = 0, end = 0, channel = 1;
-        if (ParseSegmentRange(args[at].text, context, begin, end) != 0 || end > file->Frames())
-            return kSequenceSetup;
-        if (args.size() > at + 1 && !EvalInteger(args[at + 1].text, channel)) return kSequenceSetup;
-        CChannelSet all;
-        all.SetAll();
-        CStreamWave stream(*file, 0, file->Frames(), all);
-        if (begin >= end || !ReadChannel(stream, begin, end, static_cast<int>(channel - 1), s.source))
-            return kSequenceSetup;
-        break;
-    }
-    case SHAPE_WAVE: {
-        CWaveItem* other = args.size() > at ? FindWaveItem(shell, args[at].text) : nullptr;
-        if (!other || !other->Wave() || other->Wave() == &sequence) return kSequenceSetup;
-        CWaveObject& w = *other->Wave();
-        long long begin = 0, end = w.GetFrames(), channel = 1;
-        if (args.size() > at + 1) {
-            SSegmentContext context;
-            context.rate = w.GetRate();
-            context.length = w.GetFrames();
-            if (ParseSegmentRange(args[at + 1].text, context, begin, end) != 0 || end > w.GetFrames())
-                return kSequenceSetup;
-        }
-        if (args.size() > at + 2 && !EvalInteger(args[at + 2].text, channel)) return kSequenceSetup;
-        if (begin >= end || !ReadChannel(w, begin, end, static_cast<int>(channel - 1), s.source))
-            return kSequenceSetup;
-        break;
-    }
-    case SHAPE_TABLE: {
-        CShell::ItemEntry* e = args.size() > at ? shell.FindItem(args[at].text) : nullptr;
-        CItemKind* kind = e ? CItemKindRegistry::Find(ItemKindOf(e->user)) : nullptr;
-        Matrix m;
-        if (!kind || !kind->ToMatrix(e->value, L"", m) || m.IsEmpty()) return kSequenceSetup;
-        long long column = 0;
-        if (args.size() > at + 1 && !EvalInteger(args[at + 1].text, column)) return kSequenceSetup;
-        if (column < 0 || column >= m.Cols()) return kSequenceSetup;
-        for (int r = 0; r < m.Rows(); ++r)
-            s.source.push_back(static_cast<float>(m(r, static_cast<int>(column))));
-        break;
-    }
-    default:
-        return kSequenceSetup;
-    }
-    s.length = static_cast<long long>(s.source.size());
-    return s.length > 0 ? 0 : kSequenceSetup;
+    return true;
 }
 
-int SignalCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& options) {
-    auto* sequence = dynamic_cast<CSequenceWave*>(item.Wave());
-    if (!sequence) return kNoSignalHere;
-    if (args.size() < 5) return 2;
+// <duration> and at least `need` numbers behind it.
+int ShapeDuration(SShapeCall& c, size_t need) {
+    if (!c.Has(0) || !Frames(c.Word(0), c.sequence.GetRate(), -1, c.s.length) || c.s.length <= 0)
+        return RC_CANNOT_SETUP_SEQUENCE;
+    if (!ShapeNumbers(c, 1)) return RC_CANNOT_SETUP_SEQUENCE;
+    return c.s.args.size() >= need ? 0 : RC_CANNOT_SETUP_SEQUENCE;
+}
+
+// The samples of a source shape make the section as long as they are.
+int ShapeSamples(SShapeCall& c) {
+    c.s.length = static_cast<long long>(c.s.source.size());
+    return c.s.length > 0 ? 0 : RC_CANNOT_SETUP_SEQUENCE;
+}
+
+int ShapePause(SShapeCall& c) {
+    return ShapeDuration(c, 0);
+}
+int ShapeOneNumber(SShapeCall& c) {
+    return ShapeDuration(c, 1);
+}
+int ShapeLpSyn(SShapeCall& c) {
+    return ShapeDuration(c, 2);
+}
+
+// Noise <duration> [<amplitude> [uniform|normal [<seed>]]]
+int ShapeNoise(SShapeCall& c) {
+    if (!c.Has(0) || !Frames(c.Word(0), c.sequence.GetRate(), -1, c.s.length) || c.s.length <= 0)
+        return RC_CANNOT_SETUP_SEQUENCE;
+    double amplitude = 1.0, normal = 0, seed = 1;
+    if (c.Has(1) && !Number(c.Word(1), amplitude)) return RC_CANNOT_SETUP_SEQUENCE;
+    if (c.Has(2)) {
+        if (EqualNoCase(c.Word(2), L"normal"))
+            normal = 1;
+        else if (!EqualNoCase(c.Word(2), L"uniform"))
+            return RC_CANNOT_SETUP_SEQUENCE;
+    }
+    if (c.Has(3) && !Number(c.Word(3), seed)) return RC_CANNOT_SETUP_SEQUENCE;
+    c.s.args = {amplitude, normal, seed};
+    return 0;
+}
+
+// Segment <range> [<channel>] of the current sound file.
+int ShapeSegment(SShapeCall& c) {
+    CSoundFile* file = CurrentSoundFile(c.shell);
+    if (!file) return RC_NO_SOUNDFILE;
+    if (!c.Has(0)) return RC_CANNOT_SETUP_SEQUENCE;
+    SSegmentContext context;
+    context.rate = file->Rate();
+    context.length = file->Frames();
+    context.lookup = [file](TextView name, long long& b, long long& e) {
+        return LookupFileSegment(*file, name, b, e);
+    };
+    long long begin = 0, end = 0, channel = 1;
+    if (ParseSegmentRange(c.Word(0), context, begin, end) != 0 || end > file->Frames())
+        return RC_CANNOT_SETUP_SEQUENCE;
+    if (c.Has(1) && !EvalInteger(c.Word(1), channel)) return RC_CANNOT_SETUP_SEQUENCE;
+    CChannelSet all;
+    all.SetAll();
+    CStreamWave stream(*file, 0, file->Frames(), all);
+    if (begin >= end || !ReadChannel(stream, begin, end, static_cast<int>(channel - 1), c.s.source))
+        return RC_CANNOT_SETUP_SEQUENCE;
+    return ShapeSamples(c);
+}
+
+// Wave <wave item> [<range> [<channel>]]
+int ShapeWave(SShapeCall& c) {
+    CWaveItem* other = c.Has(0) ? FindWaveItem(c.shell, c.Word(0)) : nullptr;
+    if (!other || !other->Wave() || other->Wave() == &c.sequence) return RC_CANNOT_SETUP_SEQUENCE;
+    CWaveObject& w = *other->Wave();
+    long long begin = 0, end = w.GetFrames(), channel = 1;
+    if (c.Has(1)) {
+        SSegmentContext context;
+        context.rate = w.GetRate();
+        context.length = w.GetFrames();
+        if (ParseSegmentRange(c.Word(1), context, begin, end) != 0 || end > w.GetFrames())
+            return RC_CANNOT_SETUP_SEQUENCE;
+    }
+    if (c.Has(2) && !EvalInteger(c.Word(2), channel)) return RC_CANNOT_SETUP_SEQUENCE;
+    if (begin >= end || !ReadChannel(w, begin, end, static_cast<int>(channel - 1), c.s.source))
+        return RC_CANNOT_SETUP_SEQUENCE;
+    return ShapeSamples(c);
+}
+
+// Table <item> [<column>]: a table or number object, column from 0.
+int ShapeTable(SShapeCall& c) {
+    CShell::ItemEntry* e = c.Has(0) ? c.shell.FindItem(c.Word(0)) : nullptr;
+    CItemKind* kind = e ? CItemKindRegistry::Find(ItemKindOf(e->user)) : nullptr;
+    Matrix m;
+    if (!kind || !kind->ToMatrix(e->value, L"", m) || m.IsEmpty()) return RC_CANNOT_SETUP_SEQUENCE;
+    long long column = 0;
+    if (c.Has(1) && !EvalInteger(c.Word(1), column)) return RC_CANNOT_SETUP_SEQUENCE;
+    if (column < 0 || column >= m.Cols()) return RC_CANNOT_SETUP_SEQUENCE;
+    for (int r = 0; r < m.Rows(); ++r)
+        c.s.source.push_back(static_cast<float>(m(r, static_cast<int>(column))));
+    return ShapeSamples(c);
+}
+
+// A shape's place is its number in the sequence (SHAPE_...).
+using ShapeHandler = int (*)(SShapeCall&);
+constexpr SSubcommand<ShapeHandler> kShapes[] = {
+    {L"Pause", ShapePause},        {L"Value", ShapeOneNumber}, {L"Rectangle", ShapeOneNumber},
+    {L"Triangle", ShapeOneNumber}, {L"Noise", ShapeNoise},     {L"Tone", ShapeOneNumber},
+    {L"Segment", ShapeSegment},    {L"Wave", ShapeWave},       {L"Table", ShapeTable},
+    {L"LPSyn", ShapeLpSyn},
+};
+const CSubcommandTable<ShapeHandler> g_shapes(L"WAVE SIGNAL", kShapes);
+static_assert(SHAPE_LPSYN == 9 && SHAPE_TONE == 5 && SHAPE_NOISE == 4);
+
+// --- The keywords of SET w, each with the words behind the keyword ------------------------
+
+// SIGNAL <time> <reference> <channel> <shape> <arguments...>
+int WaveSignal(SWaveSet& c) {
+    auto* sequence = dynamic_cast<CSequenceWave*>(c.item.Wave());
+    if (!sequence) return RC_NO_SUCH_OUTPUT;
+    CWords& args = c.args;
+    if (args.size() < 4) return RC_TOO_FEW_ARGUMENTS;
     SSection s;
     long long time = 0;
-    if (!Frames(args[1].text, sequence->GetRate(), sequence->GetFrames(), time)) return kSequenceSetup;
+    if (!Frames(args[0].text, sequence->GetRate(), sequence->GetFrames(), time))
+        return RC_CANNOT_SETUP_SEQUENCE;
     int reference = 2;
-    if (args[2].text != L"*") {
-        reference = kReferenceTable.Find(args[2].text, true);
-        if (reference < 0) return kSequenceSetup;
+    if (args[1].text != L"*") {
+        reference = kReferenceTable.Find(args[1].text, true);
+        if (reference < 0) return RC_CANNOT_SETUP_SEQUENCE;
     }
     const SSection* previous = sequence->LastSection();
     const long long base = !previous        ? 0
@@ -239,103 +254,127 @@ int SignalCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& option
                                             : 0;
     s.begin = base + time;
     long long channel = 0;
-    if (!EvalInteger(args[3].text, channel) || channel < 0 || channel > sequence->GetChannels())
-        return kSequenceSetup;
+    if (!EvalInteger(args[2].text, channel) || channel < 0 || channel > sequence->GetChannels())
+        return RC_CANNOT_SETUP_SEQUENCE;
     s.channel = static_cast<int>(channel);
-    const int shape = kShapeTable.Find(args[4].text, true);
-    if (shape < 0 || s.begin < 0) return kSequenceSetup;
-    s.shape = shape;
-    s.mix = HasOption(options, L"Mm");
-    s.normalize = HasOption(options, L"Nn");
-    s.reverse = HasOption(options, L"Rr");
-    if (const int code = ShapeArguments(shell, *sequence, shape, args, 5, s); code != 0) return code;
+    const auto* shape = g_shapes.Find(args[3].text, true);
+    if (!shape || s.begin < 0) return RC_CANNOT_SETUP_SEQUENCE;
+    s.shape = static_cast<int>(g_shapes.IndexOf(*shape));
+    s.mix = HasOption(c.options, L"Mm");
+    s.normalize = HasOption(c.options, L"Nn");
+    s.reverse = HasOption(c.options, L"Rr");
+    CWords rest(args.begin() + 4, args.end());
+    SShapeCall call{c.shell, *sequence, rest, s};
+    if (const int code = shape->handler(call); code != 0) return code;
     sequence->AddSection(std::move(s));
     return 0;
 }
 
-int TransformCommand(CShell& shell, CWaveItem& item, int command, CWords& args, COptions& options) {
-    auto* sequence = dynamic_cast<CSequenceWave*>(item.Wave());
-    if (!sequence) return kNoSignalHere;
+// The transformations act on the last section of a sequence: `add` fills in the
+// transformation from the words, then it joins the section.
+int Transform(SWaveSet& c, int (*add)(SWaveSet&, CSequenceWave&, SSection&, STransform&)) {
+    auto* sequence = dynamic_cast<CSequenceWave*>(c.item.Wave());
+    if (!sequence) return RC_NO_SUCH_OUTPUT;
     SSection* s = sequence->LastSection();
-    if (!s) return kSequenceSetup;
-    if (args.size() < 2) return 2;
+    if (!s) return RC_CANNOT_SETUP_SEQUENCE;
+    if (c.args.empty()) return RC_TOO_FEW_ARGUMENTS;
     STransform t;
-    const double rate = sequence->GetRate();
-    CWaveItem* source = FindWaveItem(shell, args[1].text);
-    switch (command) {
-    case CMD_ENVELOPE: {
-        t.type = TRANSFORM_ENVELOPE;
-        t.mode = std::max(0, OptionMode(options, L"LlCcEe"));
-        if (args.size() % 2 != 1) return kSequenceSetup;
-        for (size_t i = 1; i + 1 < args.size(); i += 2) {
-            long long frame = 0;
-            double gain = 0;
-            if (!Frames(args[i].text, rate, s->length, frame) || !Number(args[i + 1].text, gain))
-                return kSequenceSetup;
-            if (!t.args.empty() && frame < t.args[t.args.size() - 2]) return kSequenceSetup;
-            t.args.push_back(double(frame));
-            t.args.push_back(gain);
-        }
-        break;
-    }
-    case CMD_FILTER: {
-        t.type = TRANSFORM_FILTER;
-        t.mode = HasOption(options, L"Cc")   ? 1
-                 : HasOption(options, L"Bb") ? 2
-                 : HasOption(options, L"Ss") ? 3
-                                             : 0;
-        double f = 0, q = 0.7071067811865476;
-        if (!Number(args[1].text, f) || !(f > 0 && f < rate / 2)) return kSequenceSetup;
-        if (args.size() > 2 && (!Number(args[2].text, q) || q <= 0)) return kSequenceSetup;
-        t.args = {f, q, HasOption(options, L"Ee") ? 1.0 : 0.0};
-        break;
-    }
-    case CMD_AMOD:
-    case CMD_FMOD: {
-        t.type = command == CMD_AMOD ? TRANSFORM_AMOD : TRANSFORM_FMOD;
-        if (source) {
-            t.mode = MOD_SAMPLES;
-            CWaveObject* w = source->Wave();
-            if (!w || w == sequence || !ReadChannel(*w, -1, -1, 0, t.samples)) return kSequenceSetup;
-            if (command == CMD_AMOD) {
-                t.args = {HasOption(options, L"Dd") ? 1.0 : 0.0};
-            } else {
-                double scale = 1.0;
-                if (args.size() > 2 && !Number(args[2].text, scale)) return kSequenceSetup;
-                if (HasOption(options, L"Kk")) scale *= 1000.0;
-                t.args = {scale, HasOption(options, L"Cc") ? 1.0 : 0.0};
-            }
-        } else {
-            t.mode = HasOption(options, L"Rr")                            ? MOD_RECTANGLE
-                     : HasOption(options, L"Tt")                          ? MOD_TRIANGLE
-                     : (command == CMD_FMOD && HasOption(options, L"Ww")) ? MOD_SAWTOOTH
-                                                                          : MOD_SINE;
-            double f = 0, depth = 0;
-            if (args.size() < 3 || !Number(args[1].text, f) || !Number(args[2].text, depth) || f < 0)
-                return kSequenceSetup;
-            t.args = {f, depth};
-        }
-        if (command == CMD_FMOD && s->shape != SHAPE_TONE && s->shape != SHAPE_RECTANGLE &&
-            s->shape != SHAPE_TRIANGLE && s->shape != SHAPE_LPSYN)
-            return kSequenceSetup;
-        break;
-    }
-    default:
-        return kSequenceSetup;
-    }
+    if (const int code = add(c, *sequence, *s, t)) return code;
     s->transforms.push_back(std::move(t));
     sequence->Invalidate();
     return 0;
 }
 
+// ENVELOPE <time> <gain> [<time> <gain> ...]
+int AddEnvelope(SWaveSet& c, CSequenceWave& sequence, SSection& s, STransform& t) {
+    t.type = TRANSFORM_ENVELOPE;
+    t.mode = std::max(0, OptionMode(c.options, L"LlCcEe"));
+    if (c.args.size() % 2 != 0) return RC_CANNOT_SETUP_SEQUENCE;
+    for (size_t i = 0; i + 1 < c.args.size(); i += 2) {
+        long long frame = 0;
+        double gain = 0;
+        if (!Frames(c.args[i].text, sequence.GetRate(), s.length, frame) || !Number(c.args[i + 1].text, gain))
+            return RC_CANNOT_SETUP_SEQUENCE;
+        if (!t.args.empty() && frame < t.args[t.args.size() - 2]) return RC_CANNOT_SETUP_SEQUENCE;
+        t.args.push_back(double(frame));
+        t.args.push_back(gain);
+    }
+    return 0;
+}
+
+// FILTER <frequency> [<Q>]
+int AddFilter(SWaveSet& c, CSequenceWave& sequence, SSection&, STransform& t) {
+    t.type = TRANSFORM_FILTER;
+    t.mode = HasOption(c.options, L"Cc")   ? 1
+             : HasOption(c.options, L"Bb") ? 2
+             : HasOption(c.options, L"Ss") ? 3
+                                           : 0;
+    double f = 0, q = 0.7071067811865476;
+    if (!Number(c.args[0].text, f) || !(f > 0 && f < sequence.GetRate() / 2)) return RC_CANNOT_SETUP_SEQUENCE;
+    if (c.args.size() > 1 && (!Number(c.args[1].text, q) || q <= 0)) return RC_CANNOT_SETUP_SEQUENCE;
+    t.args = {f, q, HasOption(c.options, L"Ee") ? 1.0 : 0.0};
+    return 0;
+}
+
+// AMOD and FMOD: by a wave item's samples, or by a periodic shape of frequency and depth.
+int AddModulation(SWaveSet& c, CSequenceWave& sequence, STransform& t, bool frequency) {
+    t.type = frequency ? TRANSFORM_FMOD : TRANSFORM_AMOD;
+    if (CWaveItem* source = FindWaveItem(c.shell, c.args[0].text)) {
+        t.mode = MOD_SAMPLES;
+        CWaveObject* w = source->Wave();
+        if (!w || w == &sequence || !ReadChannel(*w, -1, -1, 0, t.samples)) return RC_CANNOT_SETUP_SEQUENCE;
+        if (!frequency) {
+            t.args = {HasOption(c.options, L"Dd") ? 1.0 : 0.0};
+            return 0;
+        }
+        double scale = 1.0;
+        if (c.args.size() > 1 && !Number(c.args[1].text, scale)) return RC_CANNOT_SETUP_SEQUENCE;
+        if (HasOption(c.options, L"Kk")) scale *= 1000.0;
+        t.args = {scale, HasOption(c.options, L"Cc") ? 1.0 : 0.0};
+        return 0;
+    }
+    t.mode = HasOption(c.options, L"Rr")                  ? MOD_RECTANGLE
+             : HasOption(c.options, L"Tt")                ? MOD_TRIANGLE
+             : (frequency && HasOption(c.options, L"Ww")) ? MOD_SAWTOOTH
+                                                          : MOD_SINE;
+    double f = 0, depth = 0;
+    if (c.args.size() < 2 || !Number(c.args[0].text, f) || !Number(c.args[1].text, depth) || f < 0)
+        return RC_CANNOT_SETUP_SEQUENCE;
+    t.args = {f, depth};
+    return 0;
+}
+int AddAmod(SWaveSet& c, CSequenceWave& sequence, SSection&, STransform& t) {
+    return AddModulation(c, sequence, t, false);
+}
+// Only the shapes that have a frequency can be modulated in it.
+int AddFmod(SWaveSet& c, CSequenceWave& sequence, SSection& s, STransform& t) {
+    if (const int code = AddModulation(c, sequence, t, true)) return code;
+    const bool periodic = s.shape == SHAPE_TONE || s.shape == SHAPE_RECTANGLE || s.shape == SHAPE_TRIANGLE ||
+                          s.shape == SHAPE_LPSYN;
+    return periodic ? 0 : RC_CANNOT_SETUP_SEQUENCE;
+}
+
+int WaveEnvelope(SWaveSet& c) {
+    return Transform(c, AddEnvelope);
+}
+int WaveFilter(SWaveSet& c) {
+    return Transform(c, AddFilter);
+}
+int WaveAmod(SWaveSet& c) {
+    return Transform(c, AddAmod);
+}
+int WaveFmod(SWaveSet& c) {
+    return Transform(c, AddFmod);
+}
+
 int CopyIntoValue(CWaveObject& wave, CShellValue& value) {
     const int channels = wave.GetChannels();
     const long long frames = wave.GetFrames();
-    if (frames <= 0 || frames > 0x7FFFFFFF) return 61;
+    if (frames <= 0 || frames > 0x7FFFFFFF) return RC_BAD_SIGNAL_KIND;
     int error = 0;
     SfioPtr reader(wave.CreateSfio(SFIO_READ | CODING_FLOAT, error, frames));
-    if (!reader) return error == 1 ? 62 : error;
-    if (reader->Transfer() != frames) return 62;
+    if (!reader) return error == RC_NO_MEMORY ? RC_NULL_BUFFER : error;
+    if (reader->Transfer() != frames) return RC_NULL_BUFFER;
     const auto* samples = static_cast<const float*>(reader->Buffer());
     Matrix m(static_cast<int>(frames), channels);
     for (long long f = 0; f < frames; ++f)
@@ -346,19 +385,22 @@ int CopyIntoValue(CWaveObject& wave, CShellValue& value) {
     return 0;
 }
 
-int CopyCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& options) {
-    CWaveObject* target = item.Wave();
-    if (args.size() < 2) return 2;
-    if (CWaveItem* other = FindWaveItem(shell, args[1].text)) {
+// COPY <wave item> [<frames>] [/R]; COPY <item> [<column>] /W; COPY <value item>.
+int WaveCopy(SWaveSet& c) {
+    CShell& shell = c.shell;
+    const CWords& args = c.args;
+    const COptions& options = c.options;
+    CWaveObject* target = c.item.Wave();
+    if (CWaveItem* other = FindWaveItem(shell, args[0].text)) {
         CWaveObject* source = other->Wave();
-        if (!source || !source->IsValid()) return 61;
-        if (source->GetChannels() != target->GetChannels()) return kChannelMismatch;
+        if (!source || !source->IsValid()) return RC_BAD_SIGNAL_KIND;
+        if (source->GetChannels() != target->GetChannels()) return RC_COMMAND_ERROR;
         long long frames = 10000;
-        if (args.size() > 2 && !EvalInteger(args[2].text, frames)) return 66;
+        if (args.size() > 1 && !EvalInteger(args[1].text, frames)) return RC_BAD_ARG3;
         frames = std::max(2LL, frames);
         int error = 0;
         SfioPtr writer(target->CreateSfio(SFIO_READWRITE | CODING_FLOAT, error, 0));
-        if (!writer) return error == SFIO_ERR_NOFILE ? kReadOnly : error;
+        if (!writer) return error == RC_SFIO_WITHOUT_SOUNDFILE ? RC_NO_SFIO_BUFFER : error;
         SfioPtr reader(source->CreateSfio(
             SFIO_READ | CODING_FLOAT | (HasOption(options, L"Rr") ? SFIO_REVERSED : 0), error, frames));
         if (!reader) return error;
@@ -369,42 +411,50 @@ int CopyCommand(CShell& shell, CWaveItem& item, CWords& args, COptions& options)
             const long long n = reader->Transfer();
             if (n <= 0) break;
             writer->SetBuffer(n, reader->Buffer());
-            if (writer->Transfer() != n) return 62;
+            if (writer->Transfer() != n) return RC_NULL_BUFFER;
             done += n;
         }
         return 0;
     }
     // A table, value or number object: every kind that has numbers goes into the wave;
     // the wave goes into a value (frames by channels). Tables take it once they exist.
-    CShell::ItemEntry* e = shell.FindItem(args[1].text);
-    if (!e) return 60;
+    CShell::ItemEntry* e = shell.FindItem(args[0].text);
+    if (!e) return RC_NO_SUCH_OUTPUT;
     if (!HasOption(options, L"Ww")) {
-        if (ItemKindOf(e->user) != KIND_VALUE) return 157;
+        if (ItemKindOf(e->user) != KIND_VALUE) return RC_NOT_SUPPORTED;
         return CopyIntoValue(*target, *static_cast<CShellValue*>(e->value));
     }
     CItemKind* kind = CItemKindRegistry::Find(ItemKindOf(e->user));
     Matrix m;
-    if (!kind || !kind->ToMatrix(e->value, L"", m) || m.IsEmpty()) return 61;
+    if (!kind || !kind->ToMatrix(e->value, L"", m) || m.IsEmpty()) return RC_BAD_SIGNAL_KIND;
     const int channels = target->GetChannels();
     long long column = -1;
-    if (args.size() > 2 && (!EvalInteger(args[2].text, column) || column < 0 || column >= m.Cols()))
-        return 66;
-    if (column < 0 && m.Cols() != channels) return 165;
+    if (args.size() > 1 && (!EvalInteger(args[1].text, column) || column < 0 || column >= m.Cols()))
+        return RC_BAD_ARG3;
+    if (column < 0 && m.Cols() != channels) return RC_COLUMNS_MISMATCH_CHANNELS;
     int error = 0;
     const long long rows = std::min<long long>(m.Rows(), target->GetFrames());
     SfioPtr writer(target->CreateSfio(SFIO_READWRITE | CODING_FLOAT, error, rows, 0, rows));
-    if (!writer) return error == SFIO_ERR_NOFILE ? kReadOnly : error == 1 ? 62 : error;
+    if (!writer)
+        return error == RC_SFIO_WITHOUT_SOUNDFILE ? RC_NO_SFIO_BUFFER
+               : error == RC_NO_MEMORY            ? RC_NULL_BUFFER
+                                                  : error;
     auto* frames = static_cast<float*>(writer->Buffer());
     for (long long r = 0; r < rows; ++r)
         for (int c = 0; c < channels; ++c)
             frames[r * channels + c] =
                 static_cast<float>(m(static_cast<int>(r), column < 0 ? c : static_cast<int>(column)));
-    return writer->Transfer() == rows ? 0 : 62;
+    return writer->Transfer() == rows ? 0 : RC_NULL_BUFFER;
 }
 
-int AudioCommand(CShell& shell, CWaveItem& item, bool record, CWords& args, COptions& options) {
+// PLAY|RECORD [<buffers> [<frames> [<begin> [<end> [<value item> [<gain>]]]]]]
+int WaveAudio(SWaveSet& c, bool record) {
+    CShell& shell = c.shell;
+    CWaveItem& item = c.item;
+    const CWords& args = c.args;
+    const COptions& options = c.options;
     CWaveObject* w = item.Wave();
-    if (!w || !w->IsValid()) return 4;
+    if (!w || !w->IsValid()) return RC_INVALID_ARGUMENT;
     SAudioRequest r;
     r.record = record;
     r.wave = w;
@@ -421,20 +471,20 @@ int AudioCommand(CShell& shell, CWaveItem& item, bool record, CWords& args, COpt
     r.begin = 0;
     r.end = length;
     auto given = [&](size_t i) { return args.size() > i && args[i].text != L"*"; };
-    if (given(1) && !EvalInteger(args[1].text, blocks)) return 64;
-    if (given(2) && !EvalInteger(args[2].text, block)) return 65;
-    if (given(3) && !Frames(args[3].text, rate, length, r.begin)) return kRangeOutside;
-    if (given(4) && !Frames(args[4].text, rate, length, r.end)) return kRangeOutside;
+    if (given(0) && !EvalInteger(args[0].text, blocks)) return RC_BAD_ARG1;
+    if (given(1) && !EvalInteger(args[1].text, block)) return RC_BAD_ARG2;
+    if (given(2) && !Frames(args[2].text, rate, length, r.begin)) return RC_WAVE_OUT_OF_RANGE;
+    if (given(3) && !Frames(args[3].text, rate, length, r.end)) return RC_WAVE_OUT_OF_RANGE;
     if (r.end < r.begin) std::swap(r.begin, r.end);
-    if (r.begin < 0 || r.end > length || r.begin == r.end) return kRangeOutside;
+    if (r.begin < 0 || r.end > length || r.begin == r.end) return RC_WAVE_OUT_OF_RANGE;
     Text valueItem;
-    if (given(5)) {
-        if (!shell.FindItem(args[5].text, KIND_VALUE)) return 4;
-        valueItem = args[5].text;
+    if (given(4)) {
+        if (!shell.FindItem(args[4].text, KIND_VALUE)) return RC_INVALID_ARGUMENT;
+        valueItem = args[4].text;
     }
-    if (given(6)) {
+    if (given(5)) {
         double gain = 1.0;
-        if (!Number(args[6].text, gain)) return 4;
+        if (!Number(args[5].text, gain)) return RC_INVALID_ARGUMENT;
         item.m_gain = static_cast<float>(gain);
     }
     r.gain = item.m_gain;
@@ -452,7 +502,24 @@ int AudioCommand(CShell& shell, CWaveItem& item, bool record, CWords& args, COpt
     return code;
 }
 
-int DeviceCommand(CWaveItem& item, CWords& args, COptions& options) {
+int WavePlay(SWaveSet& c) {
+    return WaveAudio(c, false);
+}
+int WaveRecord(SWaveSet& c) {
+    return WaveAudio(c, true);
+}
+
+int WaveStop(SWaveSet& c) {
+    CAudioEngine::Of(false).Stop(static_cast<CShellItem*>(&c.item));
+    CAudioEngine::Of(true).Stop(static_cast<CShellItem*>(&c.item));
+    return 0;
+}
+
+// DEVICE <out>|Auto|Silent; /I <in>; /A <in> <out>.
+int WaveDevice(SWaveSet& c) {
+    CWaveItem& item = c.item;
+    const CWords& args = c.args;
+    const COptions& options = c.options;
     auto pick = [](const Text& word, bool input, int& selected) {
         if (EqualNoCase(word, L"Auto")) {
             selected = 0;
@@ -467,51 +534,46 @@ int DeviceCommand(CWaveItem& item, CWords& args, COptions& options) {
         if (EvalInteger(word, n) && n >= 0 && n < static_cast<long long>(AudioDevices(input).size()))
             selected = static_cast<int>(n);
     };
-    if (args.size() < 2) return 2;
     if (HasOption(options, L"Aa")) {
-        pick(args[1].text, true, item.m_inDevice);
-        if (args.size() > 2) pick(args[2].text, false, item.m_outDevice);
+        pick(args[0].text, true, item.m_inDevice);
+        if (args.size() > 1) pick(args[1].text, false, item.m_outDevice);
     } else if (HasOption(options, L"Ii")) {
-        pick(args[1].text, true, item.m_inDevice);
+        pick(args[0].text, true, item.m_inDevice);
     } else {
-        pick(args[1].text, false, item.m_outDevice);
+        pick(args[0].text, false, item.m_outDevice);
     }
     return 0;
 }
 
+// END [/E]: ends the sequence; /E renders it to memory once.
+int WaveEnd(SWaveSet& c) {
+    auto* sequence = dynamic_cast<CSequenceWave*>(c.item.Wave());
+    if (!sequence) return RC_NO_SUCH_OUTPUT;
+    if (HasOption(c.options, L"Ee")) sequence->Render();
+    c.result.clear();
+    return 0;
+}
+
+// A number may stand for a keyword by its place (KVOCONSTANTS WAVE).
+constexpr SSetRow<CWaveItem> kWaveRows[] = {
+    {L"COPY", WaveCopy, 1},     {L"PLAY", WavePlay},     {L"RECORD", WaveRecord},     {L"STOP", WaveStop},
+    {L"DEVICE", WaveDevice, 1}, {L"SIGNAL", WaveSignal}, {L"ENVELOPE", WaveEnvelope}, {L"FILTER", WaveFilter},
+    {L"AMOD", WaveAmod},        {L"FMOD", WaveFmod},     {L"END", WaveEnd},
+};
+CSetTable<CWaveItem> g_waveSet(L"WAVE", kWaveRows);
+
 } // namespace
 
 int WaveSet(CShell& shell, CWaveItem& item, CWords& args, COptions& options, Text& result) {
-    if (args.empty()) return 2;
-    const int command = kCommandTable.Find(args[0].text, true);
-    switch (command) {
-    case CMD_COPY:
-        return CopyCommand(shell, item, args, options);
-    case CMD_PLAY:
-        return AudioCommand(shell, item, false, args, options);
-    case CMD_RECORD:
-        return AudioCommand(shell, item, true, args, options);
-    case CMD_STOP:
-        CAudioEngine::Of(false).Stop(static_cast<CShellItem*>(&item));
-        CAudioEngine::Of(true).Stop(static_cast<CShellItem*>(&item));
-        return 0;
-    case CMD_DEVICE:
-        return DeviceCommand(item, args, options);
-    case CMD_SIGNAL:
-        return SignalCommand(shell, item, args, options);
-    case CMD_ENVELOPE:
-    case CMD_FILTER:
-    case CMD_AMOD:
-    case CMD_FMOD:
-        return TransformCommand(shell, item, command, args, options);
-    case CMD_END: {
-        auto* sequence = dynamic_cast<CSequenceWave*>(item.Wave());
-        if (!sequence) return kNoSignalHere;
-        if (HasOption(options, L"Ee")) sequence->Render();
-        result.clear();
-        return 0;
-    }
-    default:
-        return 65;
-    }
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
+    const SSetRow<CWaveItem>* row = g_waveSet.Find(args[0].text, true);
+    if (!row) return RC_BAD_ARG2;
+    CWords rest(args.begin() + 1, args.end());
+    if (static_cast<int>(rest.size()) < row->minArgs) return RC_TOO_FEW_ARGUMENTS;
+    SWaveSet call{shell, item, rest, options, result, row->keyword, false};
+    return row->handler(call);
+}
+
+void RegisterWaveCommands() {
+    CSubcommandRegistry::Register(g_waveSet);
 }

@@ -1,10 +1,11 @@
 #include "signal/wave_item.h"
 
-#include "base/keyword_table.h"
+#include "base/subcommand_table.h"
 #include "expr/numeric_args.h"
 #include "items/value_item.h"
 #include "shell/message_codes.h"
 #include "shell/options.h"
+#include "shell/rc_codes.h"
 #include "shell/shell.h"
 #include "signal/audio_engine.h"
 #include "signal/memory_wave.h"
@@ -17,23 +18,13 @@
 #include "signal/stream_wave.h"
 
 namespace {
-
-constexpr int kNoSoundFile = 108;
-constexpr int kRangeOutside = 172;
-constexpr int kNoMaster = 207, kSlaveBegin = 208, kSlaveEnd = 209, kSlaveRange = 210;
-constexpr int kCannotDelete = 375, kCannotDeleteSilent = 376;
 constexpr long long kEndless = 0x7FFFFFFF;
 
-constexpr const wchar_t* kStatusKeys[] = {
-    L"TYPE",     L"BEGIN",    L"LENGTH",    L"CHANNELS",   L"SRATE",      L"DEVICE",
-    L"POSITION", L"PROGRESS", L"INDEVICES", L"INSELECTED", L"OUTDEVICES", L"OUTSELECTED",
-    L"INCAPS",   L"OUTCAPS",  L"SIGNAL",    L"PLAYGAIN",   L"PLAYSRATE",  nullptr};
-const CKeywordTable kStatusTable(kStatusKeys);
 constexpr const wchar_t* kTypeWords[] = {L"?", L"Stream", L"Sequence", L"ADC", L"DAC"};
 
 // The code of a bad argument by its position after the item's name: 65 for the first.
 int ArgumentCode(size_t index) {
-    return index < 2 ? static_cast<int>(65 + index) : 4;
+    return index < 2 ? RC_BAD_ARG2 + static_cast<int>(index) : RC_INVALID_ARGUMENT;
 }
 
 SSegmentContext WaveContext(double rate, long long length) {
@@ -45,15 +36,15 @@ SSegmentContext WaveContext(double rate, long long length) {
 
 int CreateStream(CShell& shell, CWords& args, CWaveObject*& out) {
     CSoundFile* file = CurrentSoundFile(shell);
-    if (!file) return kNoSoundFile;
-    if (args.empty()) return 2;
+    if (!file) return RC_NO_SOUNDFILE;
+    if (args.empty()) return RC_TOO_FEW_ARGUMENTS;
     SSegmentContext context = WaveContext(file->Rate(), file->Frames());
     context.lookup = [file](TextView name, long long& b, long long& e) {
         return LookupFileSegment(*file, name, b, e);
     };
     long long begin = 0, end = 0;
     if (const int code = ParseSegmentRange(args[0].text, context, begin, end); code != 0) return code;
-    if (begin >= end || (end > file->Frames() && !file->Writable())) return kRangeOutside;
+    if (begin >= end || (end > file->Frames() && !file->Writable())) return RC_SIGNAL_RANGE_OUT_OF_RANGE;
     CChannelSet channels;
     if (args.size() == 1) channels.SetAll();
     for (size_t i = 1; i < args.size(); ++i) {
@@ -78,7 +69,7 @@ int CreateSequence(CShell& shell, CWords& args, CWaveObject*& out) {
 
 int CreateSlave(CShell& shell, CWords& args, bool relative, CWaveObject*& out, CWaveItem*& master) {
     master = args.empty() ? nullptr : FindWaveItem(shell, args[0].text);
-    if (!master || !master->Wave() || !master->Wave()->IsValid()) return kNoMaster;
+    if (!master || !master->Wave() || !master->Wave()->IsValid()) return RC_NO_MASTER_SFIO;
     CWaveObject& m = *master->Wave();
     const SSegmentContext context = WaveContext(m.GetRate(), m.GetFrames());
     // Without /R the addresses are frames of what is below the master (a stream's
@@ -86,16 +77,16 @@ int CreateSlave(CShell& shell, CWords& args, bool relative, CWaveObject*& out, C
     const long long base = relative ? 0 : m.GetBegin();
     long long first = 0, end = m.GetFrames(), unused = 0;
     if (args.size() > 1) {
-        if (!ParseAddress(args[1].text, context, first, unused)) return kSlaveBegin;
+        if (!ParseAddress(args[1].text, context, first, unused)) return RC_SLAVE_BEGIN_OUT_OF_BOUNDS;
         first -= base;
     }
     if (args.size() > 2) {
-        if (!ParseAddress(args[2].text, context, end, unused)) return kSlaveEnd;
+        if (!ParseAddress(args[2].text, context, end, unused)) return RC_SLAVE_END_OUT_OF_BOUNDS;
         end -= base;
     }
-    if (first < 0 || first > m.GetFrames()) return kSlaveBegin;
-    if (end < 0 || end > m.GetFrames()) return kSlaveEnd;
-    if (first >= end) return kSlaveRange;
+    if (first < 0 || first > m.GetFrames()) return RC_SLAVE_BEGIN_OUT_OF_BOUNDS;
+    if (end < 0 || end > m.GetFrames()) return RC_SLAVE_END_OUT_OF_BOUNDS;
+    if (first >= end) return RC_BAD_SLAVE_RANGE;
     out = new CSlaveWave(m, first, end);
     return 0;
 }
@@ -114,13 +105,13 @@ int CreateDevice(CShell& shell, CWords& args, bool adc, long long& blocks, long 
         if (args[2].text == L"-1")
             length = kEndless;
         else if (!ParseAddress(args[2].text, WaveContext(rate, -1), length, unused) || length <= 0)
-            return 4;
+            return RC_INVALID_ARGUMENT;
     }
     // Device buffers live in memory: an endless one cannot.
-    if (length >= kEndless) return 157;
-    if (args.size() > 3 && !EvalInteger(args[3].text, blocks)) return 4;
+    if (length >= kEndless) return RC_NOT_SUPPORTED;
+    if (args.size() > 3 && !EvalInteger(args[3].text, blocks)) return RC_INVALID_ARGUMENT;
     if (blocks < 2) blocks = 4;
-    if (args.size() > 4 && !EvalInteger(args[4].text, block)) return 4;
+    if (args.size() > 4 && !EvalInteger(args[4].text, block)) return RC_INVALID_ARGUMENT;
     if (block < rate * 0.05) block = static_cast<long long>(rate / 4);
     out = new CMemoryWave(static_cast<int>(channels), rate, length, adc ? WAVE_ADC : WAVE_DAC);
     return 0;
@@ -182,7 +173,7 @@ int CWaveKind::Create(CShell& shell, const Text&, CWords& args, COptions& option
 
 int CWaveKind::CheckDelete(CShell&, void* object, bool silent) {
     auto* item = static_cast<CWaveItem*>(AsItem(object));
-    return item->Busy() ? (silent ? kCannotDeleteSilent : kCannotDelete) : 0;
+    return item->Busy() ? Silent(RC_CANNOT_DELETE_WAVE, silent) : 0;
 }
 
 void CWaveKind::Notify(CShell& shell, void* object, SMessage& message) {
@@ -201,6 +192,50 @@ int CWaveKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& arg
                        Text& result) {
     return WaveSet(shell, static_cast<CWaveItem&>(item), args, options, result);
 }
+
+namespace {
+
+// What w[key] reads: the wave, its state in the audio engine, the devices.
+struct SWaveQuery {
+    CWaveItem& item;
+    CWaveObject* w;
+    long long position;
+    int progress;
+    double rate;
+};
+using WaveStatusHandler = Text (*)(SWaveQuery& q);
+
+// w[!SIGNAL]: the sections of a sequence, the file of a stream.
+Text WaveSignalStatus(SWaveQuery& q) {
+    if (auto* sequence = dynamic_cast<CSequenceWave*>(q.w))
+        return IntText(static_cast<long long>(sequence->Sections().size()));
+    if (auto* stream = dynamic_cast<CStreamWave*>(q.w)) return stream->File().Path();
+    return {};
+}
+
+// The keys by index or as !name, in the order of their numbers.
+constexpr SSubcommand<WaveStatusHandler> kWaveStatus[] = {
+    {L"TYPE", [](SWaveQuery& q) -> Text { return q.w ? kTypeWords[q.w->Kind()] : L""; }},
+    {L"BEGIN", [](SWaveQuery& q) { return IntText(q.w ? q.w->GetBegin() : 0); }},
+    {L"LENGTH", [](SWaveQuery& q) { return IntText(q.w ? q.w->GetFrames() : 0); }},
+    {L"CHANNELS", [](SWaveQuery& q) { return IntText(q.w ? q.w->GetChannels() : 0); }},
+    {L"SRATE", [](SWaveQuery& q) { return Format(L"%lg", q.rate); }},
+    {L"DEVICE", [](SWaveQuery& q) { return Format(L"%d %d", q.item.m_inDevice, q.item.m_outDevice); }},
+    {L"POSITION", [](SWaveQuery& q) { return IntText(q.position); }},
+    {L"PROGRESS", [](SWaveQuery& q) { return IntText(q.progress); }},
+    {L"INDEVICES", [](SWaveQuery& q) { return DeviceListText(true, q.item.m_inDevice); }},
+    {L"INSELECTED", [](SWaveQuery& q) { return IntText(q.item.m_inDevice); }},
+    {L"OUTDEVICES", [](SWaveQuery& q) { return DeviceListText(false, q.item.m_outDevice); }},
+    {L"OUTSELECTED", [](SWaveQuery& q) { return IntText(q.item.m_outDevice); }},
+    {L"INCAPS", [](SWaveQuery& q) { return DeviceCapsText(true, q.item.m_inDevice); }},
+    {L"OUTCAPS", [](SWaveQuery& q) { return DeviceCapsText(false, q.item.m_outDevice); }},
+    {L"SIGNAL", WaveSignalStatus},
+    {L"PLAYGAIN", [](SWaveQuery& q) { return Format(L"%lg", double(q.item.m_gain)); }},
+    {L"PLAYSRATE", [](SWaveQuery& q) { return Format(L"%lg", q.rate); }},
+};
+const CSubcommandTable<WaveStatusHandler> g_waveStatus(L"WAVE STATUS", kWaveStatus);
+
+} // namespace
 
 int CWaveKind::Status(CShell&, void* object, const std::vector<Text>& args, Text& out) {
     auto& item = *static_cast<CWaveItem*>(AsItem(object));
@@ -227,72 +262,15 @@ int CWaveKind::Status(CShell&, void* object, const std::vector<Text>& args, Text
     }
     TextView key = args[0];
     if (!key.empty() && key[0] == L'!') key.remove_prefix(1);
-    const int index = kStatusTable.Find(key, true);
-    switch (index) {
-    case 0:
-        out = w ? kTypeWords[w->Kind()] : L"";
-        break;
-    case 1:
-        out = IntText(w ? w->GetBegin() : 0);
-        break;
-    case 2:
-        out = IntText(w ? w->GetFrames() : 0);
-        break;
-    case 3:
-        out = IntText(w ? w->GetChannels() : 0);
-        break;
-    case 4:
-        out = Format(L"%lg", rate);
-        break;
-    case 5:
-        out = Format(L"%d %d", item.m_inDevice, item.m_outDevice);
-        break;
-    case 6:
-        out = IntText(position);
-        break;
-    case 7:
-        out = IntText(progress);
-        break;
-    case 8:
-        out = DeviceListText(true, item.m_inDevice);
-        break;
-    case 9:
-        out = IntText(item.m_inDevice);
-        break;
-    case 10:
-        out = DeviceListText(false, item.m_outDevice);
-        break;
-    case 11:
-        out = IntText(item.m_outDevice);
-        break;
-    case 12:
-        out = DeviceCapsText(true, item.m_inDevice);
-        break;
-    case 13:
-        out = DeviceCapsText(false, item.m_outDevice);
-        break;
-    case 14: {
-        auto* sequence = dynamic_cast<CSequenceWave*>(w);
-        auto* stream = dynamic_cast<CStreamWave*>(w);
-        if (sequence)
-            out = IntText(static_cast<long long>(sequence->Sections().size()));
-        else if (stream)
-            out = stream->File().Path();
-        break;
-    }
-    case 15:
-        out = Format(L"%lg", double(item.m_gain));
-        break;
-    case 16:
-        out = Format(L"%lg", rate);
-        break;
-    default:
-        return 65;
-    }
+    const auto* row = g_waveStatus.Find(key, true);
+    if (!row) return RC_BAD_ARG2;
+    SWaveQuery query{item, w, position, progress, rate};
+    out = row->handler(query);
     return 0;
 }
 
 void RegisterWaveKind() {
     static CWaveKind kind;
     CItemKindRegistry::Register(&kind);
+    RegisterWaveCommands();
 }

@@ -50,3 +50,5 @@ int WaveSet(CShell& shell, CWaveItem& item, CWords& args, COptions& options, Tex
 CWaveItem* FindWaveItem(CShell& shell, TextView name);
 
 void RegisterWaveKind();
+// The SET table of waves, for KVOCONSTANTS and HELP.
+void RegisterWaveCommands();

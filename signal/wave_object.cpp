@@ -5,27 +5,28 @@
 #include <new>
 
 #include "numeric/vector_kernels.h"
+#include "shell/rc_codes.h"
 
 CSfio* CWaveObject::CreateSfio(int flags, int& error, long long bufferFrames, long long first,
                                long long end) {
     error = 0;
     if (!IsValid()) {
-        error = SFIO_ERR_INVALID;
+        error = RC_BAD_SFIO;
         return nullptr;
     }
     const int access = flags & SFIO_ACCESS_MASK;
     if (access != SFIO_READ && access != SFIO_READWRITE) {
-        error = SFIO_ERR_OPERATION;
+        error = RC_BAD_SFIO_OPERATION;
         return nullptr;
     }
     const int coding = flags & SFIO_CODING_MASK;
     if (coding != CODING_PCM16 && coding != CODING_PCM24 && coding != CODING_PCM32 &&
         coding != CODING_FLOAT) {
-        error = SFIO_ERR_CODING;
+        error = RC_BAD_SFIO_CODING;
         return nullptr;
     }
     if (access == SFIO_READWRITE && !CanWrite()) {
-        error = SFIO_ERR_NOFILE;
+        error = RC_SFIO_WITHOUT_SOUNDFILE;
         return nullptr;
     }
     const long long length = GetFrames();
@@ -35,12 +36,12 @@ CSfio* CWaveObject::CreateSfio(int flags, int& error, long long bufferFrames, lo
     }
     auto* sfio = new (std::nothrow) CSfio(*this, flags, first, end);
     if (!sfio) {
-        error = 1;
+        error = RC_NO_MEMORY;
         return nullptr;
     }
     if (bufferFrames > 0 && !sfio->SetBuffer(bufferFrames)) {
         sfio->Close();
-        error = 1;
+        error = RC_NO_MEMORY;
         return nullptr;
     }
     return sfio;

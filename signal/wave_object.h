@@ -8,6 +8,7 @@
 #include <mutex>
 #include <vector>
 
+#include "shell/rc_codes.h"
 #include "signal/sample_coding.h"
 
 constexpr int SFIO_CODING_MASK = 0xFF;
@@ -15,12 +16,6 @@ constexpr int SFIO_READ = 0x1000;
 constexpr int SFIO_READWRITE = 0x3000;
 constexpr int SFIO_ACCESS_MASK = 0x3000;
 constexpr int SFIO_REVERSED = 0x4000;
-
-// Codes of the SFIO layer (error table).
-constexpr int SFIO_ERR_INVALID = 168;
-constexpr int SFIO_ERR_OPERATION = 169;
-constexpr int SFIO_ERR_CODING = 170;
-constexpr int SFIO_ERR_NOFILE = 171;
 
 enum EWaveKind : int { WAVE_STREAM = 1, WAVE_SEQUENCE = 2, WAVE_ADC = 3, WAVE_DAC = 4 };
 
@@ -86,7 +81,6 @@ public:
 
     int Flags() const { return m_flags; }
     int Coding() const { return m_flags & SFIO_CODING_MASK; }
-    int BytesPerSample() const { return m_bytesPerSample; }
     int Channels() const { return m_channels; }
     long long First() const { return m_first; }
     long long End() const { return m_end; }

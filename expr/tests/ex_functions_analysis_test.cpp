@@ -57,39 +57,20 @@ Matrix Blobs(std::vector<double>& truth) {
 
 } // namespace
 
-TEST(ExFunctionPitch, PulseTrainWithinOneHertz) {
-    const double rate = 22050;
-    for (double f0 : {200.0, 137.0}) {
-        const Matrix track = Call(L"F0AC", {V(PulseTrain(f0, rate, 13230)), S(rate)});
-        ASSERT_EQ(track.Cols(), 2);
-        ASSERT_GT(track.Rows(), 10);
-        for (int f = 0; f < track.Rows(); ++f) EXPECT_NEAR(track(f, 0), f0, 1.0) << "frame " << f;
-        // Frames advance by a quarter of the 40 ms window.
-        EXPECT_NEAR(track(1, 1) - track(0, 1), 0.01 * rate, 1);
-    }
-}
-
-TEST(ExFunctionPitch, SilenceIsUnvoicedAndArgumentsAreChecked) {
+// The tracker itself is tested in numeric/; here the function's arguments:
+// their order, defaults for words that are no numbers, and refused values.
+TEST(ExFunctionPitch, ArgumentsReachTheTrackerInOrder) {
     const double rate = 16000;
-    auto x = PulseTrain(200, rate, 16000);
-    std::fill(x.begin(), x.begin() + 8000, 0.0);
+    const auto x = PulseTrain(200, rate, 16000);
     const Matrix track = Call(L"F0AC", {V(x), S(rate), S(75), S(500), S(0.02)});
-    int silent = 0, voiced = 0;
-    for (int f = 0; f < track.Rows(); ++f) {
-        const double centre = track(f, 1);
-        if (centre < 7500) {
-            EXPECT_EQ(track(f, 0), 0) << "frame " << f;
-            ++silent;
-        } else if (centre > 8500) {
-            EXPECT_NEAR(track(f, 0), 200, 1.0) << "frame " << f;
-            ++voiced;
-        }
-    }
-    EXPECT_GT(silent, 10);
-    EXPECT_GT(voiced, 10);
+    ASSERT_EQ(track.Cols(), 2);
+    ASSERT_GT(track.Rows(), 10);
+    EXPECT_NEAR(track(1, 1) - track(0, 1), 0.02 * rate, 1) << "the fifth argument is the time step";
+    EXPECT_NEAR(track(5, 0), 200, 1.0);
     EXPECT_TRUE(Fails(L"F0AC", {V(x), S(0)}));
     EXPECT_TRUE(Fails(L"F0AC", {V(std::vector<double>(500, 1.0)), S(rate)}));
     EXPECT_TRUE(Fails(L"F0AC", {V(x), S(rate), S(300), S(200)}));
+    EXPECT_TRUE(Fails(L"F0AC", {V(x), S(rate), S(75), S(500), S(0), S(3), S(1)})) << "one candidate";
     std::vector<Matrix> tooMany(13, S(1));
     tooMany[0] = V(x);
     EXPECT_TRUE(Fails(L"F0AC", tooMany));

@@ -10,7 +10,7 @@
 #include <sstream>
 
 #include "items/shell_file.h"
-#include "macro/tests/macro_fixture.h"
+#include "testsupport/macro_fixture.h"
 #include "shell/error_table.h"
 #include "shell/options.h"
 

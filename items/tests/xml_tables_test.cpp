@@ -4,7 +4,7 @@
 #include "items/xml_doc.h"
 #include "items/xml_file.h"
 #include "items/xml_tables.h"
-#include "macro/tests/macro_fixture.h"
+#include "testsupport/macro_fixture.h"
 
 namespace {
 

@@ -2,7 +2,9 @@
 // /T, EMSG, MSG MENU /T and INTERPRET with its history.
 #include "items/shell_table.h"
 #include "macro/tests/commands_fixture.h"
-#include "macro/tests/macro_fixture.h"
+#include "macro/compiler.h"
+#include "macro/register.h"
+#include "testsupport/macro_fixture.h"
 
 namespace {
 

@@ -12,7 +12,9 @@
 #include "macro/library_file.h"
 #include "macro/preprocessor.h"
 #include "macro/source_loader.h"
-#include "macro_fixture.h"
+#include "macro/compiler.h"
+#include "macro/register.h"
+#include "testsupport/macro_fixture.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;

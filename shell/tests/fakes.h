@@ -140,5 +140,14 @@ public:
         out = static_cast<STestObject*>(object)->value;
         return Kind() == KIND_NUMBER;
     }
+    // A kind that words one message code itself: "<name> WORDED <param> <payload>".
+    bool MessageLine(CShell&, void*, const Text& name, const SMessage& m, Text& line) override {
+        if (m.code != m_wordedCode) return false;
+        const auto* text = dynamic_cast<const STextPayload*>(m.payload.get());
+        line = Format(L"%s WORDED %d %s", name.c_str(), static_cast<int>(m.param),
+                      text ? text->text.c_str() : L"");
+        return true;
+    }
     int m_released = 0;
+    uint32_t m_wordedCode = 0;
 };

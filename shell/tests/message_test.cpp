@@ -114,21 +114,22 @@ TEST_F(ShellMessages, DroppedFilesBecomeATemporaryTable) {
     EXPECT_EQ(PumpOne(s), L"DISPLAY view DROPFILE T#1");
 }
 
-TEST_F(ShellMessages, ConnectionLines) {
+// A kind may word the messages of its items itself (the connections do); other
+// codes, and kinds that do not, keep the common "KIND name MESSAGE param".
+TEST_F(ShellMessages, KindsWordTheirOwnMessages) {
     CShell* s = HeldShell();
+    m_dde.m_wordedCode = MSG_DDE_ADVISEDATA;
     auto* conv = new STestObject;
     auto* ip = new STestObject;
     s->AddItem(L"conv", conv, KIND_DDECONV);
     s->AddItem(L"net", ip, KIND_IP);
-    s->Post(conv, MSG_DDE_DISCONNECTED, 0);
     s->Post(conv, MSG_DDE_ADVISEDATA, 42, std::make_unique<STextPayload>(L"R1C1"));
-    s->Post(ip, MSG_IP_SEND, 100);
-    s->Post(ip, MSG_IP_ERROR, 0, std::make_unique<STextPayload>(L"refused"));
+    s->Post(conv, MSG_DDE_DISCONNECTED, 0);
+    s->Post(ip, MSG_DDE_ADVISEDATA, 7);
     s->Post(ip, MSG_IP_RECEIVE, 5);
-    EXPECT_EQ(PumpOne(s), L"DDECONV conv EXIT");
-    EXPECT_EQ(PumpOne(s), L"DDECONV conv ADVISEDATA R1C1 42");
-    EXPECT_EQ(PumpOne(s), L"IP net SEND 100");
-    EXPECT_EQ(PumpOne(s), L"IP net ERROR refused");
+    EXPECT_EQ(PumpOne(s), L"conv WORDED 42 R1C1");
+    EXPECT_EQ(PumpOne(s), L"DDECONV conv DDECONVDISCONNECTED 0");
+    EXPECT_EQ(PumpOne(s), L"IP net DDEADVISEDATA 7");
     EXPECT_EQ(PumpOne(s), L"IP net RECEIVE 5");
 }
 

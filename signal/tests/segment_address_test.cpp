@@ -48,13 +48,13 @@ TEST_F(SegmentAddress, NumbersWithUnits) {
     EXPECT_EQ(Range(L"300HZ"), (SRange{0, 26, 26})); // 26.67
     EXPECT_EQ(Range(L".5S"), (SRange{0, 4000, 4000}));
     EXPECT_EQ(Range(L"1s-10+2"), (SRange{0, 7992, 7992}));
-    EXPECT_EQ(Range(L"0Hz").code, SEGERR_START);
-    EXPECT_EQ(Range(L"10parsec").code, SEGERR_START);
+    EXPECT_EQ(Range(L"0Hz").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"10parsec").code, RC_BAD_SEGMENT_START);
     m_context.length = -1;
-    EXPECT_EQ(Range(L"10%").code, SEGERR_START);
-    EXPECT_EQ(Range(L"0_10%").code, SEGERR_END);
+    EXPECT_EQ(Range(L"10%").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"0_10%").code, RC_BAD_SEGMENT_END);
     m_context.rate = 0;
-    EXPECT_EQ(Range(L"1ms").code, SEGERR_START);
+    EXPECT_EQ(Range(L"1ms").code, RC_BAD_SEGMENT_START);
     EXPECT_EQ(Range(L"7_9"), (SRange{0, 7, 9}));
 }
 
@@ -68,20 +68,20 @@ TEST_F(SegmentAddress, SegmentsAndSelectors) {
     EXPECT_EQ(Range(L"WORD.1_+WORD.1:L"), (SRange{0, 200, 450}));
     EXPECT_EQ(Range(L"a_b"), (SRange{0, 10, 20})); // the name holds the "_"
     EXPECT_EQ(Range(L"a_b:E_+1"), (SRange{0, 20, 21}));
-    EXPECT_EQ(Range(L"WORD.1:X").code, SEGERR_START);
-    EXPECT_EQ(Range(L"NOPE").code, SEGERR_START);
-    EXPECT_EQ(Range(L"10_NOPE").code, SEGERR_END);
+    EXPECT_EQ(Range(L"WORD.1:X").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"NOPE").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"10_NOPE").code, RC_BAD_SEGMENT_END);
 }
 
 TEST_F(SegmentAddress, OrderAndSigns) {
     EXPECT_EQ(Range(L"100_-30"), (SRange{0, 70, 100}));
     EXPECT_EQ(Range(L"100_30"), (SRange{0, 30, 100}));
-    EXPECT_EQ(Range(L"10_-30").code, SEGERR_START); // begin would be negative
+    EXPECT_EQ(Range(L"10_-30").code, RC_BAD_SEGMENT_START); // begin would be negative
     EXPECT_EQ(Range(L"-WORD.1:B+250"), (SRange{0, 50, 50}));
-    EXPECT_EQ(Range(L"-5").code, SEGERR_START);
-    EXPECT_EQ(Range(L"").code, SEGERR_START);
-    EXPECT_EQ(Range(L"5+").code, SEGERR_START);
-    EXPECT_EQ(Range(L"5_").code, SEGERR_END);
+    EXPECT_EQ(Range(L"-5").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"5+").code, RC_BAD_SEGMENT_START);
+    EXPECT_EQ(Range(L"5_").code, RC_BAD_SEGMENT_END);
 }
 
 } // namespace

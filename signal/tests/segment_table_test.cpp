@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "items/shell_table.h"
-#include "macro/tests/macro_fixture.h"
+#include "testsupport/macro_fixture.h"
 #include "signal/register_signal.h"
 #include "signal/sample_coding.h"
 #include "signal/segment_tables.h"

@@ -74,12 +74,12 @@ TEST(Sfio, RefusesWhatItCannotDo) {
     auto wave = Ramp(10);
     int error = 0;
     EXPECT_EQ(wave->CreateSfio(SFIO_READ | CODING_PCM8, error, 0), nullptr);
-    EXPECT_EQ(error, SFIO_ERR_CODING);
+    EXPECT_EQ(error, RC_BAD_SFIO_CODING);
     EXPECT_EQ(wave->CreateSfio(0x2000 | CODING_PCM16, error, 0), nullptr);
-    EXPECT_EQ(error, SFIO_ERR_OPERATION);
+    EXPECT_EQ(error, RC_BAD_SFIO_OPERATION);
     CMemoryWave empty(0, 8000, 10);
     EXPECT_EQ(empty.CreateSfio(SFIO_READ | CODING_PCM16, error, 0), nullptr);
-    EXPECT_EQ(error, SFIO_ERR_INVALID);
+    EXPECT_EQ(error, RC_BAD_SFIO);
 
     SfioPtr sfio(wave->CreateSfio(SFIO_READ | CODING_PCM24, error, 0));
     EXPECT_EQ(sfio->Transfer(), -99);
@@ -147,7 +147,7 @@ TEST(Sfio, StreamPicksChannelsOutOf128) {
         EXPECT_EQ(s[5], 2128 << 16);
         // A subset cannot be written, and the file is read-only anyway.
         EXPECT_EQ(wave.CreateSfio(SFIO_READWRITE | CODING_PCM16, error, 8), nullptr);
-        EXPECT_EQ(error, SFIO_ERR_NOFILE);
+        EXPECT_EQ(error, RC_SFIO_WITHOUT_SOUNDFILE);
         EXPECT_EQ(file.Close(), SF_BUSY);
     }
     EXPECT_EQ(file.Close(), 0);

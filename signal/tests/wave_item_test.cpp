@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "macro/tests/macro_fixture.h"
+#include "testsupport/macro_fixture.h"
 #include "signal/register_signal.h"
 #include "signal/tests/sound_test_util.h"
 #include "signal/wave_item.h"

@@ -1,16 +1,16 @@
 // A whole shell that runs macro text: sections "[MACRO name args]" are
 // compiled into the environment, a line is sent to a shell, and the test
 // reads what the macros left in variables and in the log.
+//
+// Tests of every layer may use it: it shows shell-level types only, and the
+// macro layer stays behind testsupport/macro_fixture.cpp.
 #pragma once
 
 #include <gtest/gtest.h>
 
-#include <condition_variable>
 #include <mutex>
-#include <sstream>
+#include <vector>
 
-#include "macro/compiler.h"
-#include "macro/register.h"
 #include "shell/main_window.h"
 #include "shell/shell.h"
 #include "shell/shell_env.h"
@@ -45,45 +45,13 @@ private:
 
 class MacroTest : public ::testing::Test {
 protected:
-    void SetUp() override { RegisterMacroLayer(); }
+    // Registers the macro layer (commands, items, expressions); a test of a
+    // layer above it registers its own layer as well.
+    void SetUp() override;
     void TearDown() override { delete m_env; }
 
     // Compiles every section of `source`; the messages of the compiler go to m_compileLog.
-    bool Load(const Text& source, bool ignoreWarnings = true) {
-        std::wistringstream in(source);
-        Text raw;
-        std::vector<std::pair<std::vector<Text>, std::vector<SSourceLine>>> sections;
-        int number = 0;
-        while (std::getline(in, raw)) {
-            const Text line = ConvertSourceLine(raw);
-            if (!raw.empty() && raw[0] == L'[') {
-                Text header = ConvertSourceLine(raw.substr(1, raw.find(L']') - 1), true);
-                std::wistringstream words(header);
-                std::vector<Text> headerWords;
-                Text w;
-                words >> w; // MACRO
-                while (words >> w) headerWords.push_back(w);
-                sections.push_back({headerWords, {}});
-            } else if (!sections.empty()) {
-                sections.back().second.push_back({line, number});
-            }
-            ++number;
-        }
-        bool ok = true;
-        for (auto& [header, lines] : sections) {
-            auto* code = new CMacroCode;
-            SCompileOptions options;
-            options.ignoreWarnings = ignoreWarnings;
-            if (!Compile(*code, header, lines, options, m_compileLog)) {
-                delete code;
-                ok = false;
-                continue;
-            }
-            std::lock_guard lock(m_env->Lock());
-            m_env->Macros().Add(UpperCase(header[0]), code);
-        }
-        return ok;
-    }
+    bool Load(const Text& source, bool ignoreWarnings = true);
 
     CShell* Shell() {
         if (!m_shell) {

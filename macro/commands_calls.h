@@ -1,0 +1,3 @@
+#pragma once
+// GOSUB, GOSUBX, MACRO, MACROX, SHELL and SET as command rows.
+void RegisterCallCommands();
