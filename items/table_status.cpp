@@ -180,9 +180,20 @@ Text TableAttribute(CShell& shell, CShellTable& t, int attribute, const std::vec
     }
 }
 
+// ~t[]: what kind of table, how many rows, and whether only the tagged ones show.
+Text StatusLine(const CShellTable& t) {
+    const wchar_t* visible = t.m_bRanged ? L"tagged" : L"all";
+    const int rows = static_cast<int>(t.GetRows());
+    if (t.m_nKind == TABLE_PLAIN) return Format(L"type=simple, size=%d, visible=%s", rows, visible);
+    const wchar_t* type = (t.m_nKind & TABLE_DIRECTORY)   ? L"directory"
+                          : (t.m_nKind & TABLE_PARAMETER) ? L"parameter"
+                                                          : L"extended";
+    return Format(L"type=%s, fields=%d, size=%d, visible=%s", type, t.m_nFields, rows, visible);
+}
+
 Text TableStatus(CShell& shell, CShellTable& t, const std::vector<Text>& args) {
     CItemSection hold(t.m_cs);
-    if (args.empty()) return {};
+    if (args.empty() || (args.size() == 1 && args[0].empty())) return StatusLine(t);
     const int attribute = Attribute(args[0]);
     if (attribute >= 0) return TableAttribute(shell, t, attribute, args);
     const bool plain = t.m_nKind == TABLE_PLAIN;

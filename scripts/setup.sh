@@ -11,7 +11,7 @@ build_dir=${KVO_BUILD_DIR:-build}
 
 packages=(cmake g++ ninja-build pkg-config ccache qt6-base-dev libqscintilla2-qt6-dev libfftw3-dev
           liblapacke-dev libopenblas-dev portaudio19-dev libpng-dev zlib1g-dev libicu-dev libgtest-dev
-          libgmock-dev libbenchmark-dev xvfb xauth locales sox espeak-ng tcl libxml2-utils)
+          libgmock-dev libbenchmark-dev xvfb xauth locales sox espeak-ng tcl libxml2-utils python3)
 
 missing=()
 for p in "${packages[@]}"; do

@@ -39,6 +39,7 @@ const CKeywordTable kKindTable(kKindKeywords);
 constexpr int kKinds[] = {SFKIND_BINARY, SFKIND_KV5, SFKIND_WAVE};
 
 constexpr int kNoSoundFile = 108;
+constexpr int kBadTruncation = 191; // "invalid truncation size (negative or larger than file)"
 constexpr int kLoadFailed = 455, kLoadFailedSilent = 316;
 constexpr int kUnloadFailed = 311, kUnloadFailedSilent = 312;
 
@@ -88,7 +89,7 @@ int LoadSoundFile(CShell& shell, CWords& args, COptions& options) {
         std::lock_guard lock(env.Lock());
         env.SoundFiles().Add(key, file);
     }
-    if (!HasOption(options, L"Nn")) env.Log(Format(L"soundfile %s attached", key.c_str()));
+    if (!HasOption(options, L"Nn")) env.Log(Format(L"soundfile %s attached", key.c_str()), ELogKind::TRACE);
     SelectSoundFile(shell, file);
     return 0;
 }
@@ -144,7 +145,8 @@ int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result)
     const Text& text = args[0].text;
     if (text.find(L'_') == Text::npos) {
         long long unused = 0;
-        if (!ParseAddress(text, context, end, unused) || end < 0) return SEGERR_START;
+        if (!ParseAddress(text, context, end, unused)) return SEGERR_START;
+        if (end < 0) return kBadTruncation;
     } else {
         const int code = ParseSegmentRange(text, context, begin, end);
         if (code != 0) return code;
@@ -211,6 +213,10 @@ CSoundFile* CurrentSoundFile(CShell& shell) {
 void SelectSoundFile(CShell& shell, CSoundFile* file) {
     shell.SetVar(L"CSF", file ? file->Path() : Text());
     shell.SetVar(L"CSFH", file ? file->HeaderLine() : Text());
+}
+
+void RefreshSoundFileLine(CShell& shell) {
+    if (CSoundFile* file = CurrentSoundFile(shell)) shell.SetVar(L"CSFH", file->HeaderLine());
 }
 
 void RegisterSoundFileCommands() {

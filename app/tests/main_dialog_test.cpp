@@ -426,7 +426,8 @@ TEST_F(MainDialogTest, ProgramCheckAsksOnTheGuiThreadAndReturnsTheButton) {
         });
         hand.start();
         std::atomic<int> answer{-1};
-        std::thread shellThread([&] { answer = m_dialog->ProgramCheck(L"Program check interruption #2"); });
+        std::thread shellThread(
+            [&] { answer = m_dialog->ProgramCheck({.code = 2, .text = L"Program check interruption #2"}); });
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (answer.load() < 0 && std::chrono::steady_clock::now() < deadline)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
@@ -442,7 +443,7 @@ TEST_F(MainDialogTest, ProgramCheckAsksOnTheGuiThreadAndReturnsTheButton) {
 }
 
 TEST_F(MainDialogTest, ProgramCheckOnTheGuiThreadOnlyLogs) {
-    EXPECT_EQ(m_dialog->ProgramCheck(L"early failure"), CHECK_IGNORE);
+    EXPECT_EQ(m_dialog->ProgramCheck({.text = L"early failure"}), CHECK_IGNORE);
     Deliver();
     ASSERT_FALSE(Lines().empty());
     EXPECT_EQ(Lines().back(), L"early failure");

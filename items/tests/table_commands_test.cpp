@@ -33,7 +33,9 @@ TEST_F(TableMacro, NewTableKindsAndFieldSlots) {
         L"@rep := rep[!FIELDS,3]\n"
         L"@lsep := plain[!LSEP]\n"
         L"@plain := ~plain\n"
-        L"@status := ~t\n");
+        L"@kind := ~t\n"
+        L"@plainstatus := ~plain[]\n"
+        L"@status := ~t[]\n");
     EXPECT_EQ(Global(L"p"), L"1");
     EXPECT_EQ(Global(L"pf"), L"2");
     EXPECT_EQ(Global(L"f0"), L"4 a 1 0 1");
@@ -42,7 +44,10 @@ TEST_F(TableMacro, NewTableKindsAndFieldSlots) {
     EXPECT_EQ(Global(L"d1"), L"<INT>") << "bare, INT would run as a command";
     EXPECT_EQ(Global(L"rep"), L"1 y 1 0 1");
     EXPECT_EQ(Global(L"lsep"), L"$$");
-    EXPECT_EQ(Global(L"plain"), L"type=simple, size=0, visible=all");
+    // ~t is the kind, ~t[] the status line.
+    EXPECT_EQ(Global(L"plain"), L"TABLE");
+    EXPECT_EQ(Global(L"kind"), L"TABLE");
+    EXPECT_EQ(Global(L"plainstatus"), L"type=simple, size=0, visible=all");
     EXPECT_EQ(Global(L"status"), L"type=parameter, fields=2, size=0, visible=all");
     EXPECT_EQ(Table(L"plain")->Kind(), TABLE_PLAIN);
     EXPECT_EQ(Table(L"two")->FieldType(1), FIELD_UNDEFINED);
