@@ -39,7 +39,6 @@ const CKeywordTable kKindTable(kKindKeywords);
 constexpr int kKinds[] = {SFKIND_BINARY, SFKIND_KV5, SFKIND_WAVE};
 
 constexpr int kNoSoundFile = 108;
-constexpr int kBadTruncation = 191; // "invalid truncation size (negative or larger than file)"
 constexpr int kLoadFailed = 455, kLoadFailedSilent = 316;
 constexpr int kUnloadFailed = 311, kUnloadFailedSilent = 312;
 
@@ -146,7 +145,7 @@ int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result)
     if (text.find(L'_') == Text::npos) {
         long long unused = 0;
         if (!ParseAddress(text, context, end, unused)) return SEGERR_START;
-        if (end < 0) return kBadTruncation;
+        if (end < 0) return SF_BADTRUNCATION;
     } else {
         const int code = ParseSegmentRange(text, context, begin, end);
         if (code != 0) return code;

@@ -15,8 +15,6 @@
 namespace {
 constexpr size_t kMaxPath = 260;
 constexpr size_t kMoveBlock = 32768;
-// "invalid truncation size (negative or larger than file)"
-constexpr int kBadTruncation = 191;
 constexpr uint64_t kMaxRiffFile = 0x7FFFFFFF;
 // Every sound file alive: a Wave file still being written when the process ends
 // gets its sizes, so that it is a proper file for whoever reads it next.
@@ -269,7 +267,7 @@ int CSoundFile::TruncateFrames(long long first, long long end) {
     std::lock_guard lock(m_cs);
     if (!m_file.IsOpen() || !Writable()) return 171;
     const long long frames = m_frameBytes > 0 ? m_dataLength / m_frameBytes : 0;
-    if (first < 0 || first > end || end > frames) return kBadTruncation;
+    if (first < 0 || first > end || end > frames) return SF_BADTRUNCATION;
     const uint64_t base = static_cast<uint64_t>(m_dataOffset);
     if (first > 0) {
         std::vector<uint8_t> block(kMoveBlock);

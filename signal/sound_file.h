@@ -11,6 +11,9 @@
 #include "base/text.h"
 #include "signal/sound_header.h"
 
+// "invalid truncation size (negative or larger than file)"
+constexpr int SF_BADTRUNCATION = 191;
+
 // The one wrapper of file I/O for sound files: paths over 260 characters are refused.
 class CSoundFileHandle {
 public:
@@ -75,7 +78,7 @@ public:
     // Writes and extends the data; false on failure or a read-only file.
     bool WriteFrames(long long first, long long count, const void* buffer);
     // Keeps frames first..end at the start of the data and cuts the rest (0 or a code;
-    // 191 unless 0 <= first <= end <= frames).
+    // SF_BADTRUNCATION unless 0 <= first <= end <= frames).
     int TruncateFrames(long long first, long long end);
 
     // The SFIOs open on the file.
