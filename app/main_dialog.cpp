@@ -439,7 +439,8 @@ int RunWindowed(int& argc, char** argv, const Text& commandLine) {
     return exitCode;
 }
 
-int CMainDialog::ProgramCheck(const Text& text) {
+int CMainDialog::ProgramCheck(const SProgramCheck& check) {
+    const Text& text = check.text;
     // Lines that fail before the window runs its loop are only logged.
     if (QThread::currentThread() == thread()) {
         AddLogLine(text, false);

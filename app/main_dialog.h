@@ -49,7 +49,7 @@ public:
     bool DesktopMetrics(SDesktopMetrics& out) override;
     bool FontFamilies(std::vector<Text>& out) override;
     // The program check box: a shell thread waits here while the GUI thread asks.
-    int ProgramCheck(const Text& text) override;
+    int ProgramCheck(const SProgramCheck& check) override;
 
 signals:
     // The program may end: no shell is left, or the window closed before start.

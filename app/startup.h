@@ -18,8 +18,15 @@ void SetProcessStartValues(CShellEnv& env);
 Text JoinCommandLine(int argc, char** argv, int first);
 
 constexpr const wchar_t* kStartupFailed = L"Startup failed! Program terminated.";
+// Exit statuses of the program's own. The shipped MASTERSHELL adds 66 (the
+// source file cannot be loaded) and 127 (no such macro); any other status is
+// the value the macro ended with.
 constexpr int kStartupFailedExit = 2;
+constexpr int kUsageExit = 64;      // an option the program does not know
+constexpr int kStrictStopExit = 70; // --strict: a program check stopped the run
+
+struct SHeadlessOptions;
 
 // The front ends.
-int RunHeadless(const Text& commandLine);
+int RunHeadless(const Text& commandLine, const SHeadlessOptions& options);
 int RunWindowed(int& argc, char** argv, const Text& commandLine);

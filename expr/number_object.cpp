@@ -29,6 +29,10 @@ bool CNumberKind::NumberText(void* object, Text& out) {
     return NumberValueText(number->shell, number->value, out);
 }
 
+void CNumberKind::ValueText(CShell&, void* object, Text& out) {
+    if (!NumberText(object, out)) out.clear();
+}
+
 bool CNumberKind::ToMatrix(void* object, TextView part, Matrix& out) {
     if (!object || !part.empty()) return false;
     out = static_cast<const SNumberObject*>(object)->value;

@@ -24,6 +24,8 @@ public:
     // table "X#..." of the holding shell and prints as its name; an empty one
     // as the empty text.
     bool NumberText(void* object, Text& out) override;
+    // ~n: the number's text, as a value item gives its value.
+    void ValueText(CShell& shell, void* object, Text& out) override;
     bool ToMatrix(void* object, TextView part, Matrix& out) override;
     void* NewFromMatrix(CShell& shell, const Matrix& value) override;
 };

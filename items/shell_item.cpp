@@ -63,7 +63,7 @@ void CShellItem::CheckDecomposing() {
 }
 
 void CShellItem::ReportInternal(const Text& text) {
-    if (m_pShell) m_pShell->Log(text);
+    if (m_pShell) m_pShell->Log(text, ELogKind::FAULT);
 }
 
 bool CShellItem::Lock(const CShell* owner, bool save) {

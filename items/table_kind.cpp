@@ -428,21 +428,6 @@ void* CTableKind::NewFromMatrix(CShell& shell, const Matrix& value) {
     return t ? AsObject(t) : nullptr;
 }
 
-void CTableKind::ValueText(CShell&, void* object, Text& out) {
-    CShellTable& t = AsTable(object);
-    CItemSection hold(t.m_cs);
-    const wchar_t* visible = t.m_bRanged ? L"tagged" : L"all";
-    if (t.m_nKind == TABLE_PLAIN) {
-        out = Format(L"type=simple, size=%d, visible=%s", static_cast<int>(t.GetRows()), visible);
-        return;
-    }
-    const wchar_t* type = (t.m_nKind & TABLE_DIRECTORY)   ? L"directory"
-                          : (t.m_nKind & TABLE_PARAMETER) ? L"parameter"
-                                                          : L"extended";
-    out = Format(L"type=%s, fields=%d, size=%d, visible=%s", type, t.m_nFields, static_cast<int>(t.GetRows()),
-                 visible);
-}
-
 long long CTableKind::Size(void* object) {
     return AsTable(object).GetRows();
 }

@@ -12,7 +12,6 @@ public:
 
     int Create(CShell& shell, const Text& name, CWords& args, COptions& options, void*& object) override;
     int Status(CShell& shell, void* object, const std::vector<Text>& args, Text& out) override;
-    void ValueText(CShell& shell, void* object, Text& out) override;
     long long Size(void* object) override;
     int AssignElement(CShell& shell, void* object, TextView args, TextView value) override;
     void* FromLines(const std::vector<Text>& lines) override;

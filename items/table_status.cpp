@@ -125,9 +125,20 @@ const SSubcommand<TableAttributeHandler>* Attribute(const Text& word) {
     return g_tableAttributes.Find(TextView(word).substr(1));
 }
 
+// ~t[]: what kind of table, how many rows, and whether only the tagged ones show.
+Text StatusLine(const CShellTable& t) {
+    const wchar_t* visible = t.m_bRanged ? L"tagged" : L"all";
+    const int rows = static_cast<int>(t.GetRows());
+    if (t.m_nKind == TABLE_PLAIN) return Format(L"type=simple, size=%d, visible=%s", rows, visible);
+    const wchar_t* type = (t.m_nKind & TABLE_DIRECTORY)   ? L"directory"
+                          : (t.m_nKind & TABLE_PARAMETER) ? L"parameter"
+                                                          : L"extended";
+    return Format(L"type=%s, fields=%d, size=%d, visible=%s", type, t.m_nFields, rows, visible);
+}
+
 Text TableStatus(CShell& shell, CShellTable& t, const std::vector<Text>& args) {
     CItemSection hold(t.m_cs);
-    if (args.empty()) return {};
+    if (args.empty() || (args.size() == 1 && args[0].empty())) return StatusLine(t);
     if (const auto* attribute = Attribute(args[0])) {
         STableQuery query{shell, t, args, -1};
         return attribute->handler(query);

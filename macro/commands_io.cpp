@@ -76,7 +76,8 @@ int WriteLogCommand(CShell& shell, CWords& args, COptions& options, int, Text&) 
     }
     for (const SOption& o : options)
         if (o.letter == L'N' || o.letter == L'n') line += L'\n';
-    env.Log(line);
+    // /E: an error message, for the front ends that keep errors apart (standard error).
+    env.Log(line, HasOption(options, L"Ee") ? ELogKind::FAULT : ELogKind::OUTPUT);
     return 0;
 }
 

@@ -15,7 +15,7 @@ namespace {
 
 CLoadLog MakeLog(CShellEnv& env, const COptions& options) {
     if (HasOption(options, L"Nn")) return CLoadLog();
-    return CLoadLog([&env](const Text& line) { env.Log(line); });
+    return CLoadLog(LogSink(env));
 }
 
 // The rows of a table as source text: the first field of each row, in row order.
@@ -54,7 +54,7 @@ int LoadCode(CShell& shell, CWords& args, COptions& options, Text&) {
         for (const SWord& word : args) {
             Text text;
             if (!TableSource(shell, word.text, text)) {
-                log.Line(Format(L"no table %s to load sources from", word.text.c_str()));
+                log.Fault(Format(L"no table %s to load sources from", word.text.c_str()));
                 ok = false;
             } else if (!LoadSourceText(env, Text(), text, constants, log)) {
                 ok = false;

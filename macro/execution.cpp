@@ -26,16 +26,25 @@ void ProgramCheck(CShell& shell, int code, const CCodeLine& line) {
     CShellEnv& env = shell.Env();
     if (!env.m_bProgramCheck) return;
     CMacroFrame* frame = TopFrame(shell);
-    const Text macro = frame ? frame->m_pCode->m_name : Text();
-    const Text text =
+    SProgramCheck check;
+    check.code = code;
+    if (frame) {
+        check.macro = frame->m_pCode->m_name;
+        check.file = frame->m_pCode->m_source;
+    }
+    check.line = line.sourceLine + 1;
+    check.message = ErrorText(code);
+    check.text =
         Format(L"Program check interruption #%d in macro %s, line %d:\n\n %s.\n\nChoose \"Retry\" to "
                L"debug your application, choose \"Ignore\" to ignore this error once, or choose "
                L"\"Abort\" to ignore any further errors.",
-               code, macro.c_str(), line.sourceLine + 1, ErrorText(code).c_str());
+               code, check.macro.c_str(), check.line, check.message.c_str());
     IMainWindow* window = env.MainWnd();
-    const int answer = window ? window->ProgramCheck(text) : CHECK_IGNORE;
+    const int answer = window ? window->ProgramCheck(check) : CHECK_IGNORE;
     if (answer == CHECK_ABORT) {
         env.m_bProgramCheck = false;
+    } else if (answer == CHECK_STOP) {
+        shell.SetState(SHELL_ENDING);
     } else if (answer == CHECK_RETRY) {
         const bool allowed = shell.m_bDebugAllowed;
         shell.m_bDebugAllowed = true;
@@ -49,7 +58,7 @@ void ProgramCheck(CShell& shell, int code, const CCodeLine& line) {
 
 bool StackExhausted(CShell& shell) {
     if (StackRemaining() >= kStackReserve) return false;
-    shell.Env().Log(L"Stack overflow - probably infinite or too deep macro recursion");
+    shell.Env().Log(L"Stack overflow - probably infinite or too deep macro recursion", ELogKind::FAULT);
     return true;
 }
 
@@ -232,7 +241,7 @@ void CMacroRuntime::ExecuteText(CShell& shell, const Text& text) {
     CCodeLine line;
     Text message;
     if (!CompileRunTimeLine(text, line, message)) {
-        shell.Env().Log(message);
+        shell.Env().Log(message, ELogKind::FAULT);
         shell.SetResultCode(RC_COMMAND_ERROR);
         return;
     }

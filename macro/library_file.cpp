@@ -22,7 +22,7 @@ bool ReadBytes(int fd, void* bytes, size_t length) {
 bool AppendLines(const std::vector<SCodeText>& code, const Text& libraryPath, CLoadLog& log) {
     const int fd = ::open(ToUtf8(libraryPath).c_str(), O_RDWR | O_CREAT, 0666);
     if (fd < 0) {
-        log.Line(Format(L"open/create library file '%s' failed", libraryPath.c_str()));
+        log.Fault(Format(L"open/create library file '%s' failed", libraryPath.c_str()));
         return false;
     }
     bool ok = true;
@@ -33,7 +33,7 @@ bool AppendLines(const std::vector<SCodeText>& code, const Text& libraryPath, CL
         char magic[kLibraryMagicLength];
         if (size < 0 || ::lseek(fd, 0, SEEK_SET) != 0 || !ReadBytes(fd, magic, sizeof magic) ||
             std::memcmp(magic, kLibraryMagic, sizeof magic) != 0) {
-            log.Line(Format(L"'%s' is not a library file", libraryPath.c_str()));
+            log.Fault(Format(L"'%s' is not a library file", libraryPath.c_str()));
             ::close(fd);
             return false;
         }
@@ -63,7 +63,7 @@ void ReadLibraryLines(TextView text, std::vector<SCodeText>& code, CLoadLog& log
         size_t end = text.find(L'\0', p);
         if (end == TextView::npos) end = text.size(); // a library whose add broke off
         if (end == p) break;
-        code.push_back({Text(text.substr(p, end - p)), ++count});
+        code.push_back({Text(text.substr(p, end - p)), ++count, Text()});
         p = end + 1;
     }
     log.Line(Format(L"%d code lines loaded", count));

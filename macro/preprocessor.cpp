@@ -10,19 +10,21 @@
 
 namespace fs = std::filesystem;
 
-void CLoadLog::Line(const Text& line) {
+void CLoadLog::Add(const Text& line, bool fault) {
     End();
     m_lines.push_back(line);
-    if (m_sink) m_sink(line);
+    if (m_sink) m_sink(line, fault);
 }
 
 void CLoadLog::End() {
     if (!m_open) return;
     m_open = false;
+    const bool fault = m_currentFault;
+    m_currentFault = false;
     Text line;
     line.swap(m_current);
     m_lines.push_back(line);
-    if (m_sink) m_sink(line);
+    if (m_sink) m_sink(line, fault);
 }
 
 Text CLoadLog::AllText() const {
@@ -289,7 +291,7 @@ private:
 
     bool Active() const { return m_overflow == 0 && (m_levels.empty() || !m_levels.back().skipping); }
     void Error(const Text& message) {
-        m_log.Line(message);
+        m_log.Fault(message);
         ++m_errors;
     }
     void FinishedLine(Text& text, int number, std::vector<SCodeText>& out);
@@ -305,7 +307,7 @@ private:
     void Showdef(TextView name, int number);
     bool Include(TextView argument, int number, std::vector<SCodeText>& out);
     bool IncludeFault(int number, const wchar_t* message) {
-        m_log.Line(Format(L"line %d, depth %d: %s", number, m_depth, message));
+        m_log.Fault(Format(L"line %d, depth %d: %s", number, m_depth, message));
         return false;
     }
 
@@ -405,7 +407,7 @@ void CPreprocessor::FinishedLine(Text& text, int number, std::vector<SCodeText>&
         Directive(std::move(text), number, out);
         return;
     }
-    if (Active()) out.push_back({std::move(text), number});
+    if (Active()) out.push_back({std::move(text), number, m_depth > 0 ? m_basePath : Text()});
 }
 
 void CPreprocessor::Directive(Text text, int number, std::vector<SCodeText>& out) {
@@ -427,7 +429,7 @@ void CPreprocessor::Directive(Text text, int number, std::vector<SCodeText>& out
     switch (kind) {
     case DIR_INCLUDE:
         if (Active() && !Include(rest, number, out)) {
-            m_log.Line(L"!include failed due to reason(s) shown above");
+            m_log.Fault(L"!include failed due to reason(s) shown above");
             ++m_errors;
             m_stopped = true;
         }
@@ -486,9 +488,9 @@ void CPreprocessor::Directive(Text text, int number, std::vector<SCodeText>& out
         if (!Active()) return;
         const wchar_t* what = kind == DIR_ERROR ? L"ERROR" : L"WARNING";
         if (rest.empty())
-            m_log.Line(Format(L"issuing %s on user request in line %d", what, number));
+            m_log.Fault(Format(L"issuing %s on user request in line %d", what, number));
         else
-            m_log.Line(Format(L"issuing %s on user request in line %d: %s", what, number, rest.c_str()));
+            m_log.Fault(Format(L"issuing %s on user request in line %d: %s", what, number, rest.c_str()));
         if (kind == DIR_ERROR) ++m_errors;
         return;
     }
@@ -598,7 +600,7 @@ void CPreprocessor::Define(TextView name, int number) {
     }
     if (!Active()) return;
     if (m_constants.Find(name))
-        m_log.Line(
+        m_log.Fault(
             Format(L"note: redefining preprocessor constant \"%s\" in line %d", Text(name).c_str(), number));
     else
         m_constants.Add(name, 0);
@@ -614,8 +616,8 @@ void CPreprocessor::Undef(TextView name, int number) {
     if (auto* e = m_constants.Find(name))
         m_constants.Remove(e);
     else
-        m_log.Line(Format(L"note: undefining undef'd preprocessor constant \"%s\" in line %d",
-                          Text(name).c_str(), number));
+        m_log.Fault(Format(L"note: undefining undef'd preprocessor constant \"%s\" in line %d",
+                           Text(name).c_str(), number));
 }
 
 void CPreprocessor::Showdef(TextView name, int number) {

@@ -14,6 +14,7 @@
 struct SCodeText {
     Text text;
     int line = 0;
+    Text file; // the included file the line came from; empty for the loaded file itself
 };
 
 // Preprocessor constants: a name is defined or not, it has no value.
@@ -21,13 +22,15 @@ using CConstantList = CNameList<int>;
 
 // The log of a load: whole lines, and a line composed piece by piece (a
 // section's line). Lines go on to the sink as they are finished, and are
-// kept for the caller.
+// kept for the caller. A fault line says why something failed, or warns;
+// the others are the account of the work.
 class CLoadLog {
 public:
-    using Sink = std::function<void(const Text&)>;
+    using Sink = std::function<void(const Text& line, bool fault)>;
     explicit CLoadLog(Sink sink = {}) : m_sink(std::move(sink)) {}
 
-    void Line(const Text& line);
+    void Line(const Text& line) { Add(line, false); }
+    void Fault(const Text& line) { Add(line, true); }
     void Begin(const Text& text) {
         End();
         m_open = true;
@@ -37,6 +40,11 @@ public:
         m_open = true;
         m_current += text;
     }
+    // Appends to the line being composed and makes it a fault line.
+    void AppendFault(TextView text) {
+        Append(text);
+        m_currentFault = true;
+    }
     void End();
 
     const std::vector<Text>& Lines() const { return m_lines; }
@@ -44,10 +52,13 @@ public:
     Text AllText() const;
 
 private:
+    void Add(const Text& line, bool fault);
+
     Sink m_sink;
     std::vector<Text> m_lines;
     Text m_current;
     bool m_open = false;
+    bool m_currentFault = false;
 };
 
 inline constexpr const wchar_t* kReleaseConstant = L"KVORELEASE";

@@ -132,25 +132,30 @@ bool CSectionLoader::Run() {
         Section(i);
         m_log.End();
     }
-    m_log.Line(Format(L"%d sections of %d loaded", m_loaded, m_sections));
-    return m_loaded > 0 && m_failed == 0;
+    const bool ok = m_loaded > 0 && m_failed == 0;
+    const Text summary = Format(L"%d sections of %d loaded", m_loaded, m_sections);
+    if (ok)
+        m_log.Line(summary);
+    else
+        m_log.Fault(summary);
+    return ok;
 }
 
 void CSectionLoader::Section(size_t at) {
     const Text& text = m_source.m_code[at].text;
     const size_t close = text.find(L']');
     if (close == Text::npos) {
-        m_log.Append(L"missing ']'");
+        m_log.AppendFault(L"missing ']'");
         ++m_failed;
         return;
     }
     if (close + 1 < text.size()) {
-        m_log.Append(L"unexpected text or end-of-section behind header - skipped");
+        m_log.AppendFault(L"unexpected text or end-of-section behind header - skipped");
         return;
     }
     const std::vector<Text> words = HeaderWords(ConvertSourceLine(TextView(text).substr(1, close - 1), true));
     if (words.size() < 2) {
-        m_log.Append(L"header does not contain type and/or name - skipped");
+        m_log.AppendFault(L"header does not contain type and/or name - skipped");
         return;
     }
     const Text type = UpperCase(words[0]);
@@ -159,8 +164,8 @@ void CSectionLoader::Section(size_t at) {
     } else if (type == L"SPU") {
         // The SPU engine is not part of this build yet; its sections are
         // passed over like any other non-source text until it is.
-        m_log.Append(Format(L"SPU %s skipped - SPU definitions cannot be loaded by this program yet",
-                            StripControls(words[1]).c_str()));
+        m_log.AppendFault(Format(L"SPU %s skipped - SPU definitions cannot be loaded by this program yet",
+                                 StripControls(words[1]).c_str()));
     } else {
         m_log.Append(L"skipping non-source section of type " + type);
     }
@@ -180,13 +185,13 @@ void CSectionLoader::MacroSection(size_t at, const Text& type, const std::vector
         parent = e ? dynamic_cast<CMacroCode*>(e->value) : nullptr;
         // A class cannot derive from the code it is about to replace.
         if (!parent || !parent->m_bClass || e == existing) {
-            m_log.Append(L"invalid parent class " + parentName);
+            m_log.AppendFault(L"invalid parent class " + parentName);
             ++m_failed;
             return;
         }
     }
     if (existing && existing->value->Uses() > 0) {
-        m_log.Append(L"cannot replace active " + type + L" " + name);
+        m_log.AppendFault(L"cannot replace active " + type + L" " + name);
         ++m_failed;
         return;
     }
@@ -195,7 +200,9 @@ void CSectionLoader::MacroSection(size_t at, const Text& type, const std::vector
     auto code = std::make_unique<CMacroCode>();
     code->m_bClass = isClass;
     code->m_bFromLibrary = m_source.m_bLibrary;
-    code->m_source = m_source.m_path;
+    // A section of an included file comes from there, and its line numbers count there.
+    const Text& included = m_source.m_code[at].file;
+    code->m_source = included.empty() ? m_source.m_path : included;
     const std::vector<Text> headerWords(words.begin() + 1, words.end());
     size_t end = at + 1;
     while (end < m_lines.size() &&
@@ -212,9 +219,9 @@ void CSectionLoader::MacroSection(size_t at, const Text& type, const std::vector
         // The first message stays on the section's line, the rest follow it.
         for (size_t i = 0; i < messages.size(); ++i) {
             if (i == 0)
-                m_log.Append(messages[i]);
+                m_log.AppendFault(messages[i]);
             else
-                m_log.Line(messages[i]);
+                m_log.Fault(messages[i]);
         }
         ++m_failed;
         return;
@@ -237,52 +244,55 @@ void CSectionLoader::MacroSection(size_t at, const Text& type, const std::vector
     m_source.m_objects.push_back({false, key, linked});
     ++m_loaded;
     // Warnings of a compilation that went on.
-    for (const Text& message : messages) m_log.Line(message);
+    for (const Text& message : messages) m_log.Fault(message);
 }
 
 class CMacroLoader : public IMacroLoader {
 public:
     bool LoadMacros(CShellEnv& env, const Text& path, bool withLog) override {
-        CLoadLog log(withLog ? CLoadLog::Sink([&env](const Text& line) { env.Log(line); })
-                             : CLoadLog::Sink());
+        CLoadLog log(withLog ? LogSink(env) : CLoadLog::Sink());
         // The constants of a start-up load live for this load only.
         CConstantList constants;
         return LoadSourceFile(env, path, constants, log);
     }
     void UnloadAll(CShellEnv& env) override {
-        CLoadLog log([&env](const Text& line) { env.Log(line); });
+        CLoadLog log(LogSink(env));
         UnloadAllSources(env, log);
     }
 };
 
 } // namespace
 
+CLoadLog::Sink LogSink(CShellEnv& env) {
+    return [&env](const Text& line, bool fault) { env.Log(line, fault ? ELogKind::FAULT : ELogKind::TRACE); };
+}
+
 bool ReadSourceText(const Text& path, Text& text, CLoadLog& log) {
     log.Line(Format(L"load sources from file '%s'", path.c_str()));
     std::string bytes;
     switch (ReadFileBytes(path, bytes)) {
     case EReadResult::OPEN_FAILED:
-        log.Line(Format(L"open file '%s' failed", path.c_str()));
+        log.Fault(Format(L"open file '%s' failed", path.c_str()));
         return false;
     case EReadResult::EMPTY:
-        log.Line(L"invalid file size");
+        log.Fault(L"invalid file size");
         return false;
     case EReadResult::READ_FAILED:
-        log.Line(Format(L"read file '%s' failed", path.c_str()));
+        log.Fault(Format(L"read file '%s' failed", path.c_str()));
         return false;
     case EReadResult::NO_MEMORY:
-        log.Line(L"code buffer allocation failed");
+        log.Fault(L"code buffer allocation failed");
         return false;
     case EReadResult::OK:
         break;
     }
     try {
         if (!DecodeText(bytes.data(), bytes.size(), text)) {
-            log.Line(L"unsupported byte order mark");
+            log.Fault(L"unsupported byte order mark");
             return false;
         }
     } catch (const std::bad_alloc&) {
-        log.Line(L"code buffer allocation failed");
+        log.Fault(L"code buffer allocation failed");
         return false;
     }
     return true;
@@ -307,8 +317,8 @@ bool LoadSourceText(CShellEnv& env, const Text& path, const Text& text, CConstan
         CSourceList& sources = SourcesOf(env);
         if (CSourceFile* old = FindSource(sources, source->m_key)) {
             if (AnyInUse(*old)) {
-                log.Line(Format(L"Sourcefile %s unload failed because all/some code objects are in use",
-                                old->m_path.c_str()));
+                log.Fault(Format(L"Sourcefile %s unload failed because all/some code objects are in use",
+                                 old->m_path.c_str()));
                 return true;
             }
             RemoveUnused(env, *old);
@@ -349,8 +359,8 @@ bool UnloadSourceFile(CShellEnv& env, const Text& path, bool force, CLoadLog& lo
     while (RemoveUnused(env, *source) > 0) {
     }
     if (!source->m_objects.empty() && !force) {
-        log.Line(Format(L"Sourcefile %s unload failed because all/some code objects are in use",
-                        source->m_path.c_str()));
+        log.Fault(Format(L"Sourcefile %s unload failed because all/some code objects are in use",
+                         source->m_path.c_str()));
         return false;
     }
     // Forced, code in use stays linked: the map owns it from now on.
@@ -374,8 +384,8 @@ void UnloadAllSources(CShellEnv& env, CLoadLog& log) {
             if (source.m_objects.empty()) break;
             if (removed == 0) {
                 // What is left stays in the environment's maps, which delete it.
-                log.Line(Format(L"  %d remaining code objects - failed!",
-                                static_cast<int>(source.m_objects.size())));
+                log.Fault(Format(L"  %d remaining code objects - failed!",
+                                 static_cast<int>(source.m_objects.size())));
                 break;
             }
         }

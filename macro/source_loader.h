@@ -29,6 +29,10 @@ public:
     std::vector<SObject> m_objects;
 };
 
+// A sink for the environment's log: a load's account of its work as trace
+// lines, its faults as faults.
+CLoadLog::Sink LogSink(CShellEnv& env);
+
 // Reads a whole file and decodes it; the messages of a failed read go to `log`.
 bool ReadSourceText(const Text& path, Text& text, CLoadLog& log);
 

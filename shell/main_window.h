@@ -78,8 +78,29 @@ struct SMenuPayload : SPayload {
     std::vector<SMenuItem> items;
 };
 
-// The answers to the program check box of a failing statement.
-enum EProgramCheckAnswer : int { CHECK_IGNORE = 0, CHECK_RETRY = 1, CHECK_ABORT = 2 };
+// The answers to the program check box of a failing statement. STOP ends
+// the shell as EXIT 0 does: a front end with nobody to ask may stop a run
+// at its first error.
+enum EProgramCheckAnswer : int { CHECK_IGNORE = 0, CHECK_RETRY = 1, CHECK_ABORT = 2, CHECK_STOP = 3 };
+
+// A failing statement as the program check reports it.
+struct SProgramCheck {
+    int code = 0;
+    Text macro;   // the running macro
+    Text file;    // the source file that macro was loaded from
+    int line = 0; // its source line, from 1
+    Text message; // the message of the code
+    Text text;    // the whole text of the box
+};
+
+// What a log line is. The window's list shows every line alike; a front end
+// with more than one place to write to (standard output and standard error)
+// tells them apart.
+enum class ELogKind : int {
+    OUTPUT, // what macros write: WRITELOG, the console's results
+    TRACE,  // the account of work done: the loader's lines, attached sound files
+    FAULT,  // why something failed, and warnings
+};
 
 class IMainWindow {
 public:
@@ -87,12 +108,14 @@ public:
     virtual void PostOrder(int order, std::unique_ptr<SPayload> payload) = 0;
     // A log line; `clear` empties the list first.
     virtual void PostLog(const Text& line, bool clear = false) = 0;
+    // A log line of a kind.
+    virtual void PostLogLine(ELogKind, const Text& line) { PostLog(line); }
     // A shell's thread has ended (the process may be able to end now).
     virtual void PostShellEnded() = 0;
     // The program check box; called on a shell's thread, which waits for the
     // answer. Without a window the text goes to the log and the answer is Ignore.
-    virtual int ProgramCheck(const Text& text) {
-        PostLog(text);
+    virtual int ProgramCheck(const SProgramCheck& check) {
+        PostLogLine(ELogKind::FAULT, check.text);
         return CHECK_IGNORE;
     }
     // The window's present state, for MSG MAIN; false when the window cannot tell.

@@ -25,7 +25,8 @@ CShell::~CShell() {
     }
     if (m_items.Count())
         m_env.Log(Format(L"Shell %.08X Destruct - Warning: %d shell items are still active!", m_id,
-                         static_cast<int>(m_items.Count())));
+                         static_cast<int>(m_items.Count())),
+                  ELogKind::FAULT);
     {
         std::lock_guard lock(m_threadLock);
         if (m_threadAlive) m_resume.Set();
@@ -207,7 +208,7 @@ bool CShell::MessageLine(SMessage& m, Text& line) {
         Text tableName;
         if (!table || !MakeItemName(L"", tableName, KIND_TABLE)) {
             if (table) tables->Release(table);
-            m_env.Log(L"DROPFILE: cannot make a table of the dropped files");
+            m_env.Log(L"DROPFILE: cannot make a table of the dropped files", ELogKind::FAULT);
             return false;
         }
         AddItem(tableName, table, WithItemLevel(static_cast<uint32_t>(KIND_TABLE) | ITEM_TEMPORARY, m_level));

@@ -148,9 +148,9 @@ bool CShellEnv::LoadMacros(const Text& path, bool withLog) {
     if (withLog) {
         std::error_code ec;
         if (!std::filesystem::exists(ToUtf8(path), ec))
-            Log(Format(L"cannot open macro library \"%s\": file not found", path.c_str()));
+            Log(Format(L"cannot open macro library \"%s\": file not found", path.c_str()), ELogKind::FAULT);
         else
-            Log(Format(L"cannot load \"%s\": this build has no macro loader", path.c_str()));
+            Log(Format(L"cannot load \"%s\": this build has no macro loader", path.c_str()), ELogKind::FAULT);
     }
     return false;
 }
@@ -189,8 +189,8 @@ bool CShellEnv::ListNames(int number, Text& title, std::vector<Text>& names) con
     }
 }
 
-void CShellEnv::Log(const Text& line) {
-    if (IMainWindow* w = MainWnd()) w->PostLog(line);
+void CShellEnv::Log(const Text& line, ELogKind kind) {
+    if (IMainWindow* w = MainWnd()) w->PostLogLine(kind, line);
 }
 
 void CShellEnv::ClearLog() {

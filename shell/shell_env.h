@@ -66,7 +66,7 @@ public:
     bool ListNames(int number, Text& title, std::vector<Text>& names) const;
 
     // The log sink; lines reach the main window from any thread.
-    void Log(const Text& line);
+    void Log(const Text& line, ELogKind kind = ELogKind::OUTPUT);
     void ClearLog();
     IMainWindow* MainWnd() const;
     void PostOrder(int order, std::unique_ptr<SPayload> payload = {});

@@ -77,7 +77,7 @@ int LoadSoundFile(CShell& shell, CWords& args, COptions& options, Text&) {
         std::lock_guard lock(env.Lock());
         env.SoundFiles().Add(key, file);
     }
-    if (!HasOption(options, L"Nn")) env.Log(Format(L"soundfile %s attached", key.c_str()));
+    if (!HasOption(options, L"Nn")) env.Log(Format(L"soundfile %s attached", key.c_str()), ELogKind::TRACE);
     SelectSoundFile(shell, file);
     return 0;
 }
@@ -123,7 +123,8 @@ int SfTruncateCommand(CShell& shell, CWords& args, COptions&, int, Text& result)
     const Text& text = args[0].text;
     if (text.find(L'_') == Text::npos) {
         long long unused = 0;
-        if (!ParseAddress(text, context, end, unused) || end < 0) return RC_BAD_SEGMENT_START;
+        if (!ParseAddress(text, context, end, unused)) return RC_BAD_SEGMENT_START;
+        if (end < 0) return RC_BAD_TRUNCATION_SIZE;
     } else {
         const int code = ParseSegmentRange(text, context, begin, end);
         if (code != 0) return code;
@@ -175,6 +176,10 @@ CSoundFile* CurrentSoundFile(CShell& shell) {
 void SelectSoundFile(CShell& shell, CSoundFile* file) {
     shell.SetVar(L"CSF", file ? file->Path() : Text());
     shell.SetVar(L"CSFH", file ? file->HeaderLine() : Text());
+}
+
+void RefreshSoundFileLine(CShell& shell) {
+    if (CSoundFile* file = CurrentSoundFile(shell)) shell.SetVar(L"CSFH", file->HeaderLine());
 }
 
 void RegisterSoundFileCommands() {

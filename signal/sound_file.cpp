@@ -253,7 +253,7 @@ int CSoundFile::TruncateFrames(long long first, long long end) {
     std::lock_guard lock(m_cs);
     if (!m_file.IsOpen() || !Writable()) return RC_SFIO_WITHOUT_SOUNDFILE;
     const long long frames = m_frameBytes > 0 ? m_dataLength / m_frameBytes : 0;
-    if (first < 0 || first > end || end > frames) return RC_SIGNAL_RANGE_OUT_OF_RANGE;
+    if (first < 0 || first > end || end > frames) return RC_BAD_TRUNCATION_SIZE;
     const uint64_t base = static_cast<uint64_t>(m_dataOffset);
     if (first > 0) {
         std::vector<uint8_t> block(kMoveBlock);

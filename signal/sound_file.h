@@ -73,7 +73,8 @@ public:
     long long ReadFrames(long long first, long long count, void* buffer);
     // Writes and extends the data; false on failure or a read-only file.
     bool WriteFrames(long long first, long long count, const void* buffer);
-    // Keeps frames first..end at the start of the data and cuts the rest (0 or a code).
+    // Keeps frames first..end at the start of the data and cuts the rest (0 or a code;
+    // RC_BAD_TRUNCATION_SIZE unless 0 <= first <= end <= frames).
     int TruncateFrames(long long first, long long end);
 
     // The SFIOs open on the file.

@@ -16,3 +16,5 @@ CSoundFile* FindSoundFile(CShellEnv& env, const Text& path);
 CSoundFile* CurrentSoundFile(CShell& shell);
 // Makes `file` the shell's current one, or clears CSF and CSFH with null.
 void SelectSoundFile(CShell& shell, CSoundFile* file);
+// CSFH again from the current file as it stands now (frames written since it was set).
+void RefreshSoundFileLine(CShell& shell);

@@ -178,6 +178,8 @@ int CWaveKind::CheckDelete(CShell&, void* object, bool silent) {
 
 void CWaveKind::Notify(CShell& shell, void* object, SMessage& message) {
     auto& item = *static_cast<CWaveItem*>(AsItem(object));
+    // A device that stopped may have written frames into the current sound file.
+    RefreshSoundFileLine(shell);
     if (message.code != MSG_DEVICE_EXIT || item.m_valueItem.empty()) return;
     // The shell's own thread: the value item cannot go away under us here.
     CShell::ItemEntry* e = shell.FindItem(item.m_valueItem, KIND_VALUE);
@@ -190,7 +192,10 @@ void CWaveKind::Notify(CShell& shell, void* object, SMessage& message) {
 
 int CWaveKind::SetItem(CShell& shell, CShellItem& item, const Text&, CWords& args, COptions& options,
                        Text& result) {
-    return WaveSet(shell, static_cast<CWaveItem&>(item), args, options, result);
+    const int code = WaveSet(shell, static_cast<CWaveItem&>(item), args, options, result);
+    // COPY, RECORD and the like write through the wave into the current sound file.
+    RefreshSoundFileLine(shell);
+    return code;
 }
 
 namespace {

@@ -23,10 +23,20 @@ public:
         m_lines.push_back(line);
     }
     void PostShellEnded() override {}
-    int ProgramCheck(const Text& text) override {
+    int ProgramCheck(const SProgramCheck& check) override {
         std::lock_guard lock(m_mutex);
-        m_checks.push_back(text);
-        return CHECK_IGNORE;
+        m_checks.push_back(check.text);
+        m_reports.push_back(check);
+        return m_answer;
+    }
+    // The checks as reported, and the answer to give them.
+    std::vector<SProgramCheck> Reports() {
+        std::lock_guard lock(m_mutex);
+        return m_reports;
+    }
+    void Answer(int answer) {
+        std::lock_guard lock(m_mutex);
+        m_answer = answer;
     }
     std::vector<Text> Lines() {
         std::lock_guard lock(m_mutex);
@@ -41,6 +51,8 @@ private:
     std::mutex m_mutex;
     std::vector<Text> m_lines;
     std::vector<Text> m_checks;
+    std::vector<SProgramCheck> m_reports;
+    int m_answer = CHECK_IGNORE;
 };
 
 class MacroTest : public ::testing::Test {

@@ -405,6 +405,13 @@ TEST_F(MainDialogTest, TheLastEndedShellEndsTheWindowsWork) {
 
 namespace {
 
+SProgramCheck Check(const wchar_t* text) {
+    SProgramCheck check;
+    check.code = 2;
+    check.text = text;
+    return check;
+}
+
 // The box waits on the GUI thread while the shell's thread waits for its answer.
 TEST_F(MainDialogTest, ProgramCheckAsksOnTheGuiThreadAndReturnsTheButton) {
     for (auto [button, expected] : {std::pair{QMessageBox::Abort, int(CHECK_ABORT)},
@@ -426,7 +433,8 @@ TEST_F(MainDialogTest, ProgramCheckAsksOnTheGuiThreadAndReturnsTheButton) {
         });
         hand.start();
         std::atomic<int> answer{-1};
-        std::thread shellThread([&] { answer = m_dialog->ProgramCheck(L"Program check interruption #2"); });
+        std::thread shellThread(
+            [&] { answer = m_dialog->ProgramCheck(Check(L"Program check interruption #2")); });
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(20);
         while (answer.load() < 0 && std::chrono::steady_clock::now() < deadline)
             QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
@@ -442,7 +450,7 @@ TEST_F(MainDialogTest, ProgramCheckAsksOnTheGuiThreadAndReturnsTheButton) {
 }
 
 TEST_F(MainDialogTest, ProgramCheckOnTheGuiThreadOnlyLogs) {
-    EXPECT_EQ(m_dialog->ProgramCheck(L"early failure"), CHECK_IGNORE);
+    EXPECT_EQ(m_dialog->ProgramCheck(Check(L"early failure")), CHECK_IGNORE);
     Deliver();
     ASSERT_FALSE(Lines().empty());
     EXPECT_EQ(Lines().back(), L"early failure");

@@ -123,6 +123,32 @@ TEST_F(MacroRun, IneffectiveStatementGives259AndAProgramCheck) {
     ASSERT_EQ(m_window.Checks().size(), 2u);
 }
 
+TEST_F(MacroRun, ProgramCheckTellsWhereAndAStopEndsTheShell) {
+    ASSERT_TRUE(Load(L"[MACRO main]\n"
+                     L"@before := 1\n"
+                     L"x := EVAL 1/0\n"
+                     L"@after := 1\n"));
+    {
+        std::lock_guard lock(m_env->Lock());
+        dynamic_cast<CMacroCode*>(m_env->FindMacro(L"MAIN"))->m_source = L"src/app.kvs";
+    }
+    m_window.Answer(CHECK_STOP);
+    CShell* s = Shell();
+    ASSERT_EQ(s->Run(L"main"), 0);
+    // Nothing but the stop ends this shell.
+    ASSERT_TRUE(s->Finished().WaitFor(20000)) << "the stop did not end the shell";
+    EXPECT_EQ(Global(L"before"), L"1");
+    EXPECT_EQ(Global(L"after"), L"");
+    const auto reports = m_window.Reports();
+    ASSERT_EQ(reports.size(), 1u);
+    EXPECT_EQ(reports[0].code, 22);
+    EXPECT_EQ(reports[0].macro, L"MAIN");
+    EXPECT_EQ(reports[0].file, L"src/app.kvs");
+    EXPECT_EQ(reports[0].line, 3);
+    EXPECT_EQ(reports[0].message, L"division does not compute");
+    EXPECT_EQ(reports[0].text.substr(0, 50), L"Program check interruption #22 in macro MAIN, line");
+}
+
 TEST_F(MacroRun, ProgramCheckCanBeTurnedOff) {
     ASSERT_TRUE(Load(L"[MACRO main]\n"
                      L"MSG DEBUG RTERROR 0\n"

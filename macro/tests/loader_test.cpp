@@ -417,6 +417,17 @@ protected:
         if (log) *log = loadLog.Lines();
         return ok;
     }
+    // The lines that the sink was told are faults.
+    std::vector<Text> LoadFaults(const Text& path, bool* ok = nullptr) {
+        std::vector<Text> faults;
+        CLoadLog loadLog([&faults](const Text& line, bool fault) {
+            if (fault) faults.push_back(line);
+        });
+        CConstantList constants;
+        const bool loaded = LoadSourceFile(*m_env, path, constants, loadLog);
+        if (ok) *ok = loaded;
+        return faults;
+    }
     bool AddToLibrary(const Text& source, const Text& library, std::vector<Text>* log = nullptr) {
         CLoadLog loadLog;
         CConstantList constants;
@@ -447,6 +458,47 @@ TEST_F(Loader, SectionsAndTheirLogLines) {
     EXPECT_EQ(Macro(L"GOOD")->m_source, path);
     EXPECT_FALSE(Macro(L"GOOD")->m_bFromLibrary);
     EXPECT_EQ(m_env->FindMacro(L"TAIL"), nullptr);
+}
+
+TEST_F(Loader, FaultsAreToldApartFromTheAccountOfTheWork) {
+    const Text mixed = m_dir.Write("s.kvs", "[MACRO GOOD]\n@g := 1\n[MACRO BROKEN\nx\n[MACRO TAIL] junk\nx\n"
+                                            "[MACRO]\nx\n[DATA stuff]\nwhatever\n[spu filt]\nx\n");
+    bool ok = true;
+    EXPECT_THAT(LoadFaults(mixed, &ok),
+                ElementsAre(L"-- section #2 - missing ']'",
+                            L"-- section #3 - unexpected text or end-of-section behind header - skipped",
+                            L"-- section #4 - header does not contain type and/or name - skipped",
+                            L"-- section #6 - SPU filt skipped - SPU definitions cannot be loaded by this "
+                            L"program yet",
+                            L"1 sections of 6 loaded"));
+    EXPECT_FALSE(ok);
+    const Text good = m_dir.Write("good.kvs", "[MACRO FINE]\n@f := 1\n");
+    EXPECT_THAT(LoadFaults(good, &ok), ElementsAre());
+    EXPECT_TRUE(ok);
+    const Text missing = m_dir.Path("missing.kvs");
+    EXPECT_THAT(LoadFaults(missing, &ok), ElementsAre(L"open file '" + missing + L"' failed"));
+    const Text quotes = m_dir.Write("quotes.kvs", "[MACRO Q]\nWRITELOG 'open\n");
+    EXPECT_THAT(LoadFaults(quotes, &ok),
+                ElementsAre(L"line 2: odd number of quotes", L"source file contains no code lines"));
+    EXPECT_FALSE(ok);
+    const Text empty = m_dir.Write("nosections.kvs", "// nothing to load\n");
+    EXPECT_THAT(LoadFaults(empty, &ok), ElementsAre(L"source file contains no code lines"));
+    const Text data = m_dir.Write("data.kvs", "[DATA x]\nno code\n");
+    EXPECT_THAT(LoadFaults(data, &ok), ElementsAre(L"0 sections of 1 loaded"));
+    EXPECT_FALSE(ok);
+}
+
+TEST_F(Loader, AMacroOfAnIncludedFileComesFromThereWithItsLines) {
+    const Text sub = m_dir.Write("lib/sub.kvs", "// helpers\n\n[MACRO HELPER]\n@h := 1\n");
+    const Text main = m_dir.Write("main.kvs", "!include 'lib/sub.kvs'\n[MACRO TOP]\n@t := 1\n");
+    ASSERT_TRUE(LoadFile(main));
+    ASSERT_NE(Macro(L"HELPER"), nullptr);
+    ASSERT_NE(Macro(L"TOP"), nullptr);
+    EXPECT_EQ(Macro(L"HELPER")->m_source, sub);
+    EXPECT_EQ(Macro(L"TOP")->m_source, main);
+    // Line numbers count in the file the line is in (zero-based in the code).
+    EXPECT_EQ(Macro(L"HELPER")->m_lines.front()->sourceLine, 3);
+    EXPECT_EQ(Macro(L"TOP")->m_lines.front()->sourceLine, 2);
 }
 
 TEST_F(Loader, HeaderWordsKeepQuotedDefaultsTogether) {

@@ -256,8 +256,9 @@ TEST(SoundFile, TruncateKeepsARangeAndBinaryNeedsAGoodDescription) {
     EXPECT_EQ(file.Open(FromUtf8(path), SFACCESS_READ), SF_BUSY);
     ASSERT_EQ(file.Close(), 0);
     ASSERT_EQ(file.Open(FromUtf8(path), SFKIND_BINARY | CODING_PCM16 | SFACCESS_WRITE, 2, 8000), 0);
-    EXPECT_EQ(file.TruncateFrames(20, 10), 172);
-    EXPECT_EQ(file.TruncateFrames(0, 101), 172);
+    EXPECT_EQ(file.TruncateFrames(20, 10), RC_BAD_TRUNCATION_SIZE);
+    EXPECT_EQ(file.TruncateFrames(0, 101), RC_BAD_TRUNCATION_SIZE);
+    EXPECT_EQ(file.TruncateFrames(-1, 10), RC_BAD_TRUNCATION_SIZE);
     ASSERT_EQ(file.TruncateFrames(10, 30), 0);
     EXPECT_EQ(file.Frames(), 20);
     int16_t frame[2];
