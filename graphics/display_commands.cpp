@@ -303,3 +303,9 @@ int DisplaySet(CShell& shell, CDisplayItem& item, CWords& args, COptions& option
     SDisplaySet context{shell, item, args, options, proxy, result};
     return row->handler(context);
 }
+
+std::vector<Text> DisplayKeywords() {
+    std::vector<Text> words;
+    for (size_t i = 0; i < kDisplayTable.Count(); ++i) words.emplace_back(kDisplayTable.Row(i).keyword);
+    return words;
+}

@@ -44,5 +44,7 @@ protected:
 CDisplayItem* FindDisplayItem(CShell& shell, TextView name);
 // SET on a display (display_commands.cpp).
 int DisplaySet(CShell& shell, CDisplayItem& item, CWords& args, COptions& options, Text& result);
+// The keywords of SET on a display, in their table's order.
+std::vector<Text> DisplayKeywords();
 // The status keys of a display in their order (display_window_status.cpp serves them).
 extern const CKeywordTable kDisplayStatusKeys;

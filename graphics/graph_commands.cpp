@@ -502,3 +502,9 @@ int GraphSet(CShell& shell, CGraphItem& item, CWords& args, COptions& options, T
     SGraphSet context{shell, item, args, options, proxy, result};
     return row->handler(context);
 }
+
+std::vector<Text> GraphKeywords() {
+    std::vector<Text> words;
+    for (size_t i = 0; i < kGraphTable.Count(); ++i) words.emplace_back(kGraphTable.Row(i).keyword);
+    return words;
+}

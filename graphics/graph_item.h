@@ -40,3 +40,5 @@ CGraphItem* FindGraphItem(CShell& shell, TextView name);
 // SET on a graph (graph_commands.cpp).
 int GraphSet(CShell& shell, CGraphItem& item, CWords& args, COptions& options, Text& result);
 extern const CKeywordTable kGraphStatusKeys;
+// The keywords of SET on a graph, in their table's order.
+std::vector<Text> GraphKeywords();

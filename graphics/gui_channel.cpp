@@ -19,7 +19,7 @@ struct SPending {
     bool open = false;
 };
 
-SPending& Pending() {
+SPending& Channel() {
     static SPending pending;
     return pending;
 }
@@ -46,12 +46,12 @@ namespace GuiChannel {
 
 void Open() {
     Dispatcher();
-    std::lock_guard hold(Pending().lock);
-    Pending().open = true;
+    std::lock_guard hold(Channel().lock);
+    Channel().open = true;
 }
 
 void Close() {
-    SPending& p = Pending();
+    SPending& p = Channel();
     std::lock_guard hold(p.lock);
     p.open = false;
     for (auto& [id, block] : p.blocks) {
@@ -62,8 +62,13 @@ void Close() {
 }
 
 bool IsOpen() {
-    std::lock_guard hold(Pending().lock);
-    return Pending().open;
+    std::lock_guard hold(Channel().lock);
+    return Channel().open;
+}
+
+size_t Pending() {
+    std::lock_guard hold(Channel().lock);
+    return Channel().blocks.size();
 }
 
 bool OnGuiThread() {
@@ -80,7 +85,7 @@ bool Request(const WindowSlotPtr& slot, int code, SRequestBlock& block) {
         Serve(slot, code, block);
         return block.served;
     }
-    SPending& p = Pending();
+    SPending& p = Channel();
     unsigned long long id;
     {
         std::lock_guard hold(p.lock);
@@ -93,11 +98,11 @@ bool Request(const WindowSlotPtr& slot, int code, SRequestBlock& block) {
             [slot, code, id] {
                 SRequestBlock* taken = nullptr;
                 {
-                    std::lock_guard inner(Pending().lock);
-                    auto it = Pending().blocks.find(id);
-                    if (it == Pending().blocks.end()) return;
+                    std::lock_guard inner(Channel().lock);
+                    auto it = Channel().blocks.find(id);
+                    if (it == Channel().blocks.end()) return;
                     taken = it->second;
-                    Pending().blocks.erase(it);
+                    Channel().blocks.erase(it);
                 }
                 Serve(slot, code, *taken);
                 taken->event.Set();

@@ -55,6 +55,8 @@ void Open();
 // result: called on the GUI thread before the environment (and its shells) goes.
 void Close();
 bool IsOpen();
+// Blocks handed to the GUI thread and not yet taken up.
+size_t Pending();
 bool OnGuiThread();
 // Serves the block on the GUI thread and waits for it (on the GUI thread itself the
 // request is served at once). False, with the block's result cleared, when the
