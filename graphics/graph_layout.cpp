@@ -8,7 +8,7 @@
 #include "graphics/sp_graph.h"
 
 namespace {
-constexpr int kMarkWidth = 4;
+constexpr int kMarkWidth = 3;
 constexpr int kBandGap = 4;
 constexpr int kMargin = 4;
 

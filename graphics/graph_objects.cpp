@@ -181,6 +181,8 @@ void CLabel::Draw(SPaintContext& c) const {
     p.setFont(font);
     p.setPen(ToQColor(c.settings.labels.color.Of(c.print)));
     const QFontMetrics metrics(font);
+    // A label that would run into the one before it is left out.
+    QRectF last;
     for (double v : m_ticks.ticks) {
         if (!InsideView(m_view, v)) continue;
         const QString text = QString::fromStdWString(LabelText(v));
@@ -197,6 +199,8 @@ void CLabel::Draw(SPaintContext& c) const {
             if (box.left() < m_rect.left()) box.moveLeft(m_rect.left());
             if (box.right() > m_rect.right()) box.moveRight(m_rect.right());
         }
+        if (!last.isNull() && box.adjusted(-3, 0, 3, 0).intersects(last)) continue;
+        last = box;
         p.drawText(box, Qt::AlignCenter, text);
     }
 }
@@ -213,7 +217,8 @@ void CGrid::Draw(SPaintContext& c) const {
     const STickList& list = m_major ? m_ticks : m_minor;
     for (double v : list.ticks) {
         if (!InsideView(m_view, v)) continue;
-        const double px = Pixel(v);
+        // On a pixel's centre: a one-pixel line stays one pixel wide.
+        const double px = std::floor(Pixel(v)) + 0.5;
         if (m_vertical)
             p.drawLine(QPointF(m_plot.left(), px), QPointF(m_plot.right(), px));
         else
@@ -244,7 +249,9 @@ void CText::Draw(SPaintContext& c) const {
 
 void CActivationMark::Draw(SPaintContext& c) const {
     if (!m_visible || !m_active || m_rect.isEmpty()) return;
-    c.painter.fillRect(m_rect, ToQColor(c.settings.cursors.color.Of(c.print)));
+    // A thin bar on the outer edge of the band's strip.
+    c.painter.fillRect(QRect(m_rect.left(), m_rect.top(), 2, m_rect.height()),
+                       ToQColor(c.settings.cursors.color.Of(c.print)));
 }
 
 void CMarkers::Draw(SPaintContext& c) const {

@@ -271,7 +271,6 @@ void CSPGraph::paintEvent(QPaintEvent*) {
         }
         b.leftMark.m_active = b.rightMark.m_active = active && band == UsedBands().front();
         b.leftMark.Draw(c);
-        b.rightMark.Draw(c);
     }
     for (SStrip* s : {&m_xTop, &m_xBottom}) {
         s->scale.Draw(c);

@@ -93,12 +93,15 @@ protected:
     // The lines of the next `count` messages that `trigger` makes the windows send.
     // A macro takes them with MSG LOOP, as an application does (a shell that runs
     // no macro has no use for a message).
-    std::vector<Text> Events(int count, const std::function<void()>& trigger) {
+    // A `line` runs in the same macro first (the messages it causes would find an idle
+    // shell otherwise, which has no use for them).
+    std::vector<Text> Events(int count, const std::function<void()>& trigger, const Text& line = Text()) {
         if (!m_loaded) {
             const std::string path = "/tmp/kvo_graphics_events_" + std::to_string(::getpid()) + ".kvs";
             FILE* f = std::fopen(path.c_str(), "w");
             // A dropped file's table lives as long as the macro's level: its path is read at once.
-            std::fputs("[MACRO COLLECT #n]\n@events :=\nFOR #i := 1 TO $#i <= $#n STEP #i := INT $#i + 1\n"
+            std::fputs("[MACRO COLLECT #n #line]\n@events :=\nIF '$#line' != '' THEN\n  INTERPRET /S "
+                       "'$#line'\nEND\nFOR #i := 1 TO $#i <= $#n STEP #i := INT $#i + 1\n"
                        "  MSG LOOP\n  READSTR '$#MSG' #k #o #w #p\n  #row :=\n"
                        "  IF '$#w' == 'DROPFILE' THEN\n    #row := SET =$#p[0]\n  END\n"
                        "  @events := '$@events$#MSG$#row|'\nEND\n",
@@ -109,14 +112,20 @@ protected:
             m_loaded = true;
         }
         const uint64_t idle = m_shell->IdleCount();
-        EXPECT_EQ(m_shell->Run(L"COLLECT " + IntText(count)), 0);
+        // An interpreted line reports its end as a message of its own.
+        EXPECT_EQ(m_shell->Run(L"COLLECT " + IntText(count + (line.empty() ? 0 : 1)) + L" " + line), 0);
         trigger();
         EXPECT_TRUE(Spin([&] { return m_shell->WaitIdleAfter(idle, 0); })) << "the events did not come";
         std::vector<Text> lines;
         Text all = m_env->GetGlobal(L"events");
         for (size_t bar; (bar = all.find(L'|')) != Text::npos; all.erase(0, bar + 1))
-            lines.push_back(all.substr(0, bar));
+            if (all.rfind(L"SHELL ", 0) != 0) lines.push_back(all.substr(0, bar));
         return lines;
+    }
+    // The messages that a line causes.
+    std::vector<Text> EventsOf(const Text& line, int count = 1) {
+        return Events(
+            count, [] {}, line);
     }
     Text Event(const std::function<void()>& trigger) {
         std::vector<Text> lines = Events(1, trigger);
