@@ -195,6 +195,16 @@ void CParamDataSet::TakeTable(const Matrix& values, const std::vector<double>&) 
         AddBlock(values.Column(0), rows);
 }
 
+bool CParamDataSet::TakeBlock(int type, const double* values, size_t n) {
+    if (type == VALUE_NUMBER && n >= 1) {
+        AddValue(values[0]);
+        return true;
+    }
+    if (type != VALUE_VECTOR) return false;
+    AddBlock(values, n);
+    return true;
+}
+
 void CParamDataSet::Complete() {
     Lock hold(m_cs);
     FlushLocked();
@@ -260,6 +270,12 @@ void CSpecDataSet::TakeTable(const Matrix& values, const std::vector<double>&) {
         for (int c = 0; c < values.Cols(); ++c) bins[static_cast<size_t>(c)] = values(r, c);
         AddSpectrum(bins.data(), bins.size());
     }
+}
+
+bool CSpecDataSet::TakeBlock(int type, const double* values, size_t n) {
+    if (type != VALUE_VECTOR) return false;
+    AddSpectrum(values, n);
+    return true;
 }
 
 bool CSpecDataSet::Spectrum(long long index, std::vector<float>& out) const {

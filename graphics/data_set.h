@@ -14,6 +14,9 @@
 
 class Matrix;
 
+// The tags of values a producer hands over: a number and a vector of numbers.
+enum EValueTag : int { VALUE_NUMBER = 4, VALUE_VECTOR = 8 };
+
 class CDataSet : public CCoordinateObject {
 public:
     enum EState : unsigned { STATE_HAS_DATA = 1 };
@@ -39,6 +42,9 @@ public:
     // Takes a table's numbers (rows by numeric columns) as the whole data of a run;
     // `x` stands for the X column where the set has a use for one.
     virtual void TakeTable(const Matrix& values, const std::vector<double>& x) = 0;
+    // One block from a producer (an SPU output), tagged VALUE_NUMBER or
+    // VALUE_VECTOR. False when the set takes no values of the type.
+    virtual bool TakeBlock(int /*type*/, const double* /*values*/, size_t /*n*/) { return false; }
     // The first error text of a cache file, empty when none.
     virtual Text CacheError() const;
 
@@ -92,6 +98,8 @@ public:
     void Complete() override;
     // Time and value, or one value a step.
     void TakeTable(const Matrix& values, const std::vector<double>& x) override;
+    // A scalar is one value (gathered into blocks of 1024), a vector a block at once.
+    bool TakeBlock(int type, const double* values, size_t n) override;
 
 private:
     void FlushLocked();
@@ -115,6 +123,8 @@ public:
     void AddSpectrum(const double* bins, size_t n);
     // Each row one spectrum.
     void TakeTable(const Matrix& values, const std::vector<double>& x) override;
+    // A vector is one spectrum.
+    bool TakeBlock(int type, const double* values, size_t n) override;
     // Spectrum `index` from the cache; false when there is none.
     bool Spectrum(long long index, std::vector<float>& out) const;
     size_t Bins() const;

@@ -96,7 +96,13 @@ void CSPDisplay::Detach() {
     m_slot->gone = true;
     m_slot->target = nullptr;
     if (m_sink) m_sink->Clear();
-    for (CSPGraph* g : Graphs()) g->Detach();
+    // The graphs go before the display's own members do.
+    for (CSPGraph* g : Graphs()) {
+        g->ForgetDisplay();
+        g->Detach();
+        delete g;
+    }
+    m_graphs.clear();
 }
 
 void CSPDisplay::StartJoystick() {

@@ -7,6 +7,8 @@
 
 #include "graphics/data_source.h"
 #include "graphics/functions.h"
+#include "graphics/graph_input.h"
+#include "graphics/gui_channel.h"
 #include "graphics/sp_display.h"
 #include "graphics/wave_data_set.h"
 #include "graphics/wave_function.h"
@@ -43,9 +45,30 @@ void CSPGraph::Detach() {
     m_slot->gone = true;
     m_slot->target = nullptr;
     if (m_sink) m_sink->Clear();
-    // The display's close waits for this: no worker may outlive the window it posts to.
+    // The display's close waits for this: no worker or producer may outlive the
+    // window it posts to.
+    for (auto& in : m_inputs)
+        if (in) in->Disconnect();
     for (auto& f : m_functions)
         if (f) f->StopWork();
+}
+
+CSPIn* CSPGraph::Input(int index) {
+    CFunction* f = Function(index);
+    if (!f) return nullptr;
+    if (m_inputs.size() < m_functions.size()) m_inputs.resize(m_functions.size());
+    auto& in = m_inputs[static_cast<size_t>(index)];
+    if (!in) {
+        QPointer<CSPGraph> self(this);
+        // Runs on the producer's thread: only a post.
+        in = std::make_unique<CSPIn>([self, this] {
+            GuiChannel::Post(this, [self] {
+                if (self) self->update();
+            });
+        });
+    }
+    in->Bind(f->DataSet());
+    return in.get();
 }
 
 int CSPGraph::WorkerCount() const {
@@ -132,6 +155,10 @@ void CSPGraph::OnSetFunction(SRequestBlock& block) {
             return;
         }
         if (slot) slot->StopWork();
+        if (static_cast<size_t>(r.index) < m_inputs.size() && m_inputs[static_cast<size_t>(r.index)]) {
+            m_inputs[static_cast<size_t>(r.index)]->Unbind(slot ? slot->DataSet().get() : nullptr);
+            m_inputs[static_cast<size_t>(r.index)]->Bind(made->DataSet());
+        }
         slot = std::move(made);
     } else if (r.params) {
         slot->SetParams(r.params);
@@ -232,6 +259,9 @@ void CSPGraph::contextMenuEvent(QContextMenuEvent* event) {
 
 void CSPGraph::paintEvent(QPaintEvent*) {
     if (!m_layoutValid) Relayout();
+    // What the producers delivered so far is drawn now: the next block may ask again.
+    for (const auto& in : m_inputs)
+        if (in) in->Drawn();
     QPainter p(this);
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::TextAntialiasing);

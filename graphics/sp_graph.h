@@ -17,6 +17,7 @@
 #include "graphics/popup_menus.h"
 
 class CFunction;
+class CSPIn;
 class CSPDisplay;
 
 class CSPGraph : public QWidget, public IRequestTarget {
@@ -47,6 +48,11 @@ public:
     void PushSettings(const SSPGraphSettings& changes);
     // Stops every worker and lets go of the shell: the graph is going.
     void Detach();
+    // The display is going first: the graph no longer reports to it.
+    void ForgetDisplay() { m_display = nullptr; }
+    // The input that a producer (an SPU output) feeds for the function at `index`,
+    // bound to that function's data set; null for an index without a function.
+    CSPIn* Input(int index);
     // Background calculations still running.
     int WorkerCount() const;
     // Status text of a key (graph_status.cpp).
@@ -92,6 +98,7 @@ private:
     SSPGraphSettings m_settings;
     std::shared_ptr<SSPGraphSettings> m_work;
     std::vector<std::unique_ptr<CFunction>> m_functions;
+    std::vector<std::unique_ptr<CSPIn>> m_inputs;
     std::vector<double> m_xValues; // SET graph X from a table
     Text m_xSource;
     CPopupMenus m_popups;

@@ -80,6 +80,12 @@ void CWaveDataSet::AddBlock(const float* samples, long long n) {
     AddLocked(samples, n);
 }
 
+bool CWaveDataSet::TakeBlock(int type, const double* values, size_t n) {
+    if (type != VALUE_NUMBER && type != VALUE_VECTOR) return false;
+    AddBlock(values, static_cast<long long>(type == VALUE_NUMBER ? std::min<size_t>(n, 1) : n));
+    return true;
+}
+
 void CWaveDataSet::AddLocked(const float* s, long long n) {
     SRun& run = *m_run;
     if (n <= 0) return;

@@ -29,6 +29,8 @@ public:
     // One block as it arrives (the reduction of the whole range goes on live).
     void AddBlock(const float* samples, long long n);
     void AddBlock(const double* samples, long long n);
+    // A producer's block: the samples of a vector, or one sample.
+    bool TakeBlock(int type, const double* values, size_t n) override;
 
     // Column 0 as samples, one a unit of X.
     void TakeTable(const Matrix& values, const std::vector<double>& x) override;
