@@ -263,14 +263,19 @@ void CSPGraph::paintEvent(QPaintEvent*) {
     for (const auto& in : m_inputs)
         if (in) in->Drawn();
     QPainter p(this);
+    Render(p, false);
+}
+
+void CSPGraph::Render(QPainter& p, bool print) {
+    if (!m_layoutValid) Relayout();
     p.setRenderHint(QPainter::Antialiasing);
     p.setRenderHint(QPainter::TextAntialiasing);
-    SPaintContext c{p, false, m_settings};
-    p.fillRect(rect(), ToQColor(m_settings.bg.background.screen));
-    const bool active = m_display && m_display->ActiveGraph() == this;
+    SPaintContext c{p, print, m_settings};
+    p.fillRect(rect(), ToQColor(m_settings.bg.background.Of(print)));
+    const bool active = !print && m_display && m_display->ActiveGraph() == this;
     for (int band : UsedBands()) {
         SBand& b = m_bands[static_cast<size_t>(band - 1)];
-        p.fillRect(b.plot, ToQColor(m_settings.bg.plot.screen));
+        p.fillRect(b.plot, ToQColor(m_settings.bg.plot.Of(print)));
         b.minorX.Draw(c);
         b.minorY.Draw(c);
         b.majorX.Draw(c);
@@ -282,13 +287,14 @@ void CSPGraph::paintEvent(QPaintEvent*) {
             if (!f) continue;
             const int fb = f->Params().band;
             if (fb != 0 && fb != band) continue;
-            f->Draw(p, map, false);
+            f->Draw(p, map, print);
         }
         b.markers.Draw(c);
         b.segments.Draw(c);
+        if (band == UsedBands().front()) DrawLegend(c, b.plot);
         p.restore();
         // The frame around the plot on the sides its modes name.
-        p.setPen(QPen(ToQColor(m_settings.labels.color.screen), 1));
+        p.setPen(QPen(ToQColor(m_settings.labels.color.Of(print)), 1));
         const QRectF r = QRectF(b.plot).adjusted(0.5, 0.5, -0.5, -0.5);
         if (m_settings.frame.xMode & SIDE_ABOVE) p.drawLine(r.topLeft(), r.topRight());
         if (m_settings.frame.xMode & SIDE_BELOW) p.drawLine(r.bottomLeft(), r.bottomRight());
@@ -299,7 +305,7 @@ void CSPGraph::paintEvent(QPaintEvent*) {
             s->labels.Draw(c);
             s->title.Draw(c);
         }
-        b.leftMark.m_active = b.rightMark.m_active = active && band == UsedBands().front();
+        b.leftMark.m_active = active && band == UsedBands().front();
         b.leftMark.Draw(c);
     }
     for (SStrip* s : {&m_xTop, &m_xBottom}) {
@@ -308,4 +314,25 @@ void CSPGraph::paintEvent(QPaintEvent*) {
         s->title.Draw(c);
     }
     m_title.Draw(c);
+}
+
+void CSPGraph::DrawLegend(SPaintContext& c, const QRect& plot) const {
+    const auto& legend = m_settings.legend;
+    if (!legend.visible) return;
+    // One line a function in the plot's upper right corner: a stroke of its colour and its source.
+    QPainter& p = c.painter;
+    p.setFont(ToQFont(legend.font, c.print));
+    const QFontMetrics metrics(p.font());
+    int y = plot.top() + 4;
+    for (const auto& f : m_functions) {
+        if (!f) continue;
+        const QString text = QString::fromStdWString(f->SourceName());
+        const int w = metrics.horizontalAdvance(text);
+        const int x = plot.right() - w - 24;
+        p.setPen(QPen(ToQColor(f->Params().color.Of(c.print)), 2));
+        p.drawLine(x, y + metrics.height() / 2, x + 14, y + metrics.height() / 2);
+        p.setPen(ToQColor(legend.color.Of(c.print)));
+        p.drawText(QPoint(x + 18, y + metrics.ascent()), text);
+        y += metrics.height();
+    }
 }

@@ -55,6 +55,9 @@ public:
     CSPIn* Input(int index);
     // Background calculations still running.
     int WorkerCount() const;
+    // Draws the whole graph on a painter: with the screen colours, or with the
+    // print colours for a printer or a picture.
+    void Render(QPainter& p, bool print);
     // Status text of a key (graph_status.cpp).
     void StatusText(SGraphStatusQuery& query) const;
 
@@ -82,6 +85,7 @@ private:
     void ComputeTicks();
     void ApplyTitles();
     void Relayout();
+    void DrawLegend(SPaintContext& c, const QRect& plot) const;
     void DataChanged();
     void DataLoaded(const Text& name);
     bool BandUsed(int band) const;

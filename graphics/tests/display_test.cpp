@@ -3,8 +3,10 @@
 // arriving at the owning shell as the line a macro reads.
 #include <QAction>
 #include <QDropEvent>
+#include <QImage>
 #include <QMenu>
 #include <QMimeData>
+#include <QPainter>
 #include <QSplitter>
 #include <QSplitterHandle>
 #include <QTest>
@@ -17,6 +19,8 @@
 #include "graphics/sp_display.h"
 #include "graphics/sp_graph.h"
 #include "graphics/tests/graphics_fixture.h"
+#include "graphics/wave_data_set.h"
+#include "graphics/wave_function.h"
 #include "shell/message_codes.h"
 
 namespace {
@@ -223,6 +227,87 @@ TEST_F(DisplayTest, SplittersOutsideOneToEightLeaveBandOneAndPalettesNeedTwoTo25
     ASSERT_EQ(taken.screenPalette.size(), 3u);
     EXPECT_EQ(taken.screenPalette[0], RGB_(255, 0, 10)) << "values clamp to 0..255";
     ASSERT_EQ(Run(L"SET g Y 0 * * 0 16 0 0"), 336) << "low must lie below high";
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(DisplayTest, PrintColoursAndTheLegendDrawWhereTheScreenOnesDoNot) {
+    ASSERT_EQ(Run(L"NEW DISPLAY d Print 1"), 0);
+    ASSERT_EQ(Run(L"SET d ENABLED RESTORED 0 0 400 300"), 0);
+    ASSERT_EQ(Run(L"NEW GRAPH g 1 d"), 0);
+    ASSERT_EQ(Run(L"SET g BgColors BLACK 10:20:30"), 0);
+    ASSERT_EQ(Run(L"SET g BgColors WHITE 250:240:230 /P /A"), 0);
+    CSPGraph* g = Window()->findChild<CSPGraph*>();
+    ASSERT_NE(g, nullptr);
+    // A point of the plot away from grid lines.
+    const QRect plot = g->PlotRect();
+    const QPoint inside(plot.left() + plot.width() * 37 / 100, plot.top() + plot.height() * 41 / 100);
+    QImage screen(g->size(), QImage::Format_RGB32), print(g->size(), QImage::Format_RGB32);
+    QPainter ps(&screen), pp(&print);
+    g->Render(ps, false);
+    g->Render(pp, true);
+    EXPECT_EQ(QColor(screen.pixel(inside)), QColor(10, 20, 30));
+    EXPECT_EQ(QColor(print.pixel(inside)), QColor(250, 240, 230));
+    EXPECT_EQ(QColor(screen.pixel(2, 2)), QColor(Qt::black));
+    EXPECT_EQ(QColor(print.pixel(2, 2)), QColor(Qt::white));
+    // The legend: a stroke of the function's colour in the plot's upper right corner.
+    Run(L"NEW TABLE t /P 2 x y");
+    Run(L"SET t * x 0 y 0");
+    Run(L"SET t * x 1 y 1");
+    ASSERT_EQ(EventsOf(L"SET g Y 0 t XYPlot 0 HLRED").size(), 1u);
+    auto redNearTopRight = [&](const QImage& image) {
+        for (int y = plot.top(); y < plot.top() + 20; ++y)
+            for (int x = plot.right() - 80; x < plot.right(); ++x)
+                if (QColor(image.pixel(x, y)) == QColor(255, 0, 0)) return true;
+        return false;
+    };
+    QImage before(g->size(), QImage::Format_RGB32);
+    QPainter pb(&before);
+    g->Render(pb, false);
+    ASSERT_EQ(Run(L"SET g Legend On * WHITE /A"), 0);
+    QImage after(g->size(), QImage::Format_RGB32);
+    QPainter pa(&after);
+    g->Render(pa, false);
+    EXPECT_FALSE(redNearTopRight(before));
+    EXPECT_TRUE(redNearTopRight(after));
+}
+
+} // namespace
+
+namespace {
+
+TEST_F(DisplayTest, ALongRecalculationRunsOnAWorkerThatOnlyPostsBack) {
+    ASSERT_EQ(Run(L"NEW DISPLAY d Worker 1"), 0);
+    ASSERT_EQ(Run(L"SET d ENABLED RESTORED 0 0 700 300"), 0);
+    ASSERT_EQ(Run(L"NEW GRAPH g 1 d"), 0);
+    ASSERT_EQ(Run(L"NEW WAVE noise /Q 1 48000"), 0);
+    ASSERT_EQ(Run(L"SET noise SIGNAL 0 * 0 Noise 480000 0.5 normal 3"), 0);
+    ASSERT_EQ(Run(L"SET noise END /E"), 0);
+    ASSERT_EQ(EventsOf(L"SET g Y 0 noise Waveform 0 300 HLGREEN Lines 0"),
+              std::vector<Text>{L"GRAPH g DATASETLOADED noise"});
+    CSPDisplay* d = Window();
+    CSPGraph* g = d->findChild<CSPGraph*>();
+    ASSERT_NE(g, nullptr);
+    // Every recalculation now counts as long.
+    const long long inlineWork = CWaveFunction::s_inlineWork;
+    CWaveFunction::s_inlineWork = 0;
+    ASSERT_EQ(Run(L"SET g XScale 2.5 7.5 /V /A"), 0);
+    g->repaint();
+    EXPECT_TRUE(Spin([&] { return d->WorkerCount() == 0; }));
+    QCoreApplication::processEvents();
+    g->repaint();
+    auto& wave = static_cast<CWaveDataSet&>(*g->Function(0)->DataSet());
+    EXPECT_EQ(wave.Columns(), g->PlotRect().width());
+    EXPECT_FALSE(wave.NeedsRecalculation(g->PlotRect().width(), 2.5, 7.5)) << "the worker's columns are in";
+    // A display that goes while its worker runs waits for the worker; nothing is posted to it after.
+    ASSERT_EQ(Run(L"SET g XScale 1 9 /V /A"), 0);
+    g->repaint();
+    ASSERT_EQ(Run(L"DELETE g d"), 0);
+    QCoreApplication::processEvents();
+    EXPECT_EQ(Window(), nullptr);
+    CWaveFunction::s_inlineWork = inlineWork;
 }
 
 } // namespace
