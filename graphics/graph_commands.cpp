@@ -272,21 +272,21 @@ bool CurrentRange(SGraphSet& c, int axis, double& low, double& high) {
     return ParseWholeDouble(parts[axis * 2], low) && ParseWholeDouble(parts[axis * 2 + 1], high);
 }
 
-int Scale(SGraphSet& c, SScaleSpec SSPGraphSettings::*member, uint64_t bit, int axis, bool clampView) {
+int Scale(SGraphSet& c, SScaleSettings SSPGraphSettings::*member, uint64_t bit, int axis, bool clampView) {
     SSPGraphSettings* s = c.proxy.WorkingSettings();
     if (!s) return kNoWindow;
-    SScaleSpec spec = s->*member;
+    SScaleSettings scale = s->*member;
     if (const SOption* v = FindOption(c.options, L"Vv")) {
         if (!v->text.empty() && UpperChar(v->text[0]) == L'R') {
-            spec.viewSet = false;
+            scale.viewSet = false;
         } else {
             double low = 0, high = 0, rl = 0, rh = 0;
             if (!c.Given(1) || !ReadNumber(*c.Arg(1), low)) return SGraphSet::Code(1);
             if (!c.Given(2) || !ReadNumber(*c.Arg(2), high)) return SGraphSet::Code(2);
             if (!(low < high)) return kBadMinMax;
-            if (spec.rangeSet) {
-                rl = spec.low;
-                rh = spec.high;
+            if (scale.rangeSet) {
+                rl = scale.low;
+                rh = scale.high;
             } else if (!CurrentRange(c, axis, rl, rh)) {
                 return kNoWindow;
             }
@@ -297,32 +297,32 @@ int Scale(SGraphSet& c, SScaleSpec SSPGraphSettings::*member, uint64_t bit, int 
             } else if (low < rl || high > rh) {
                 return kBadMinMax;
             }
-            spec.viewSet = true;
-            spec.viewLow = low;
-            spec.viewHigh = high;
+            scale.viewSet = true;
+            scale.viewLow = low;
+            scale.viewHigh = high;
         }
     } else if (c.Given(1) || c.Given(2)) {
         double low = 0, high = 0;
         if (!c.Given(1) || !ReadNumber(*c.Arg(1), low)) return SGraphSet::Code(1);
         if (!c.Given(2) || !ReadNumber(*c.Arg(2), high)) return SGraphSet::Code(2);
         if (!(low < high) || !std::isfinite(low) || !std::isfinite(high)) return kBadMinMax;
-        spec.rangeSet = true;
-        spec.low = low;
-        spec.high = high;
+        scale.rangeSet = true;
+        scale.low = low;
+        scale.high = high;
     }
-    if (const Text* unit = c.Given(3)) spec.unit = *unit;
-    if (const Text* format = c.Given(4)) spec.format = *format;
+    if (const Text* unit = c.Given(3)) scale.unit = *unit;
+    if (const Text* format = c.Given(4)) scale.format = *format;
     if (const Text* table = c.Given(5))
-        if (ReadPositions(c, *table, spec.positions)) return SGraphSet::Code(5);
+        if (ReadPositions(c, *table, scale.positions)) return SGraphSet::Code(5);
     if (const SOption* i = FindOption(c.options, L"Ii")) {
         bool on = true;
-        spec.inverted = i->text.empty() || (ReadSwitch(i->text, on) && on);
+        scale.inverted = i->text.empty() || (ReadSwitch(i->text, on) && on);
     }
     if (const SOption* l = FindOption(c.options, L"Ll")) {
         bool on = true;
-        spec.logarithmic = l->text.empty() || (ReadSwitch(l->text, on) && on);
+        scale.logarithmic = l->text.empty() || (ReadSwitch(l->text, on) && on);
     }
-    s->*member = spec;
+    s->*member = scale;
     s->Mark(bit);
     return 0;
 }
@@ -336,7 +336,7 @@ int YScale(SGraphSet& c) {
 int ZScale(SGraphSet& c) {
     SSPGraphSettings* s = c.proxy.WorkingSettings();
     if (!s) return kNoWindow;
-    SScaleSpec z = s->z;
+    SScaleSettings z = s->z;
     auto intIn = [&](size_t i, int& out, long long lo, long long hi) {
         long long v = 0;
         if (!c.Given(i)) return 0;

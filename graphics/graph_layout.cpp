@@ -25,16 +25,16 @@ void Open(double& low, double& high) {
 }
 
 // The view of an axis from its settings: the set range or the data's, the set view or the whole.
-void ApplyScale(CSPView& view, const SScaleSpec& spec, double dataLow, double dataHigh, bool clampView) {
-    double low = spec.rangeSet ? spec.low : dataLow, high = spec.rangeSet ? spec.high : dataHigh;
+void ApplyScale(CSPView& view, const SScaleSettings& scale, double dataLow, double dataHigh, bool clampView) {
+    double low = scale.rangeSet ? scale.low : dataLow, high = scale.rangeSet ? scale.high : dataHigh;
     Open(low, high);
-    view.m_inverted = spec.inverted;
-    view.m_logarithmic = spec.logarithmic && low > 0;
+    view.m_inverted = scale.inverted;
+    view.m_logarithmic = scale.logarithmic && low > 0;
     view.SetRange(low, high);
-    if (!spec.viewSet) {
+    if (!scale.viewSet) {
         view.ResetView();
-    } else if (!(clampView ? view.SetViewClamped(spec.viewLow, spec.viewHigh)
-                           : view.SetView(spec.viewLow, spec.viewHigh))) {
+    } else if (!(clampView ? view.SetViewClamped(scale.viewLow, scale.viewHigh)
+                           : view.SetView(scale.viewLow, scale.viewHigh))) {
         view.ResetView();
     }
 }
@@ -109,30 +109,30 @@ void CSPGraph::UpdateRanges() {
 void CSPGraph::ComputeTicks() {
     const bool overview = m_settings.overview;
     const bool xHorizontal = m_settings.orientation.angle == 0 || m_settings.orientation.angle == 180;
-    auto setUp = [&](CLabellingObject& o, const CSPView& view, const SScaleSpec& spec, int type) {
-        o.ComputeTicks(view, overview, spec.positions, type);
+    auto setUp = [&](CLabellingObject& o, const CSPView& view, const SScaleSettings& scale, int type) {
+        o.ComputeTicks(view, overview, scale.positions, type);
     };
     const int first = UsedBands().front();
     const CSPView& hView = xHorizontal ? m_xView : m_yViews[static_cast<size_t>(first - 1)];
-    const SScaleSpec& hSpec = xHorizontal ? m_settings.x : m_settings.y;
+    const SScaleSettings& hScale = xHorizontal ? m_settings.x : m_settings.y;
     for (SStrip* s : {&m_xTop, &m_xBottom}) {
-        setUp(s->scale, hView, hSpec, 1);
-        setUp(s->labels, hView, hSpec, 0);
-        s->labels.m_format = hSpec.format;
+        setUp(s->scale, hView, hScale, 1);
+        setUp(s->labels, hView, hScale, 0);
+        s->labels.m_format = hScale.format;
     }
     for (int band : UsedBands()) {
         SBand& b = m_bands[static_cast<size_t>(band - 1)];
         const CSPView& vView = xHorizontal ? m_yViews[static_cast<size_t>(band - 1)] : m_xView;
-        const SScaleSpec& vSpec = xHorizontal ? m_settings.y : m_settings.x;
+        const SScaleSettings& vScale = xHorizontal ? m_settings.y : m_settings.x;
         for (SStrip* s : {&b.left, &b.right}) {
-            setUp(s->scale, vView, vSpec, 1);
-            setUp(s->labels, vView, vSpec, 0);
-            s->labels.m_format = vSpec.format;
+            setUp(s->scale, vView, vScale, 1);
+            setUp(s->labels, vView, vScale, 0);
+            s->labels.m_format = vScale.format;
         }
-        setUp(b.majorX, hView, hSpec, 3);
-        setUp(b.majorY, vView, vSpec, 3);
-        setUp(b.minorX, hView, hSpec, 4);
-        setUp(b.minorY, vView, vSpec, 4);
+        setUp(b.majorX, hView, hScale, 3);
+        setUp(b.majorY, vView, vScale, 3);
+        setUp(b.minorX, hView, hScale, 4);
+        setUp(b.minorY, vView, vScale, 4);
         // Minor grid lines divide the major steps.
         for (CGrid* g : {&b.minorX, &b.minorY}) {
             g->m_major = false;

@@ -10,14 +10,14 @@ QColor ToQColor(uint32_t c) {
                   static_cast<int>((c >> 16) & 0xFF));
 }
 
-QFont ToQFont(const SFontSpec& spec, bool) {
-    QFont font(QString::fromStdWString(spec.name));
+QFont ToQFont(const SFontInfo& scale, bool) {
+    QFont font(QString::fromStdWString(scale.name));
     // The named face may not exist here: the system's sans serif stands in.
     font.setStyleHint(QFont::SansSerif);
-    font.setPointSizeF(std::max(1, spec.tenths) / 10.0);
-    font.setBold(spec.style & FONT_BOLD);
-    font.setItalic(spec.style & FONT_ITALIC);
-    font.setUnderline(spec.style & FONT_UNDERLINE);
+    font.setPointSizeF(std::max(1, scale.tenths) / 10.0);
+    font.setBold(scale.style & FONT_BOLD);
+    font.setItalic(scale.style & FONT_ITALIC);
+    font.setUnderline(scale.style & FONT_UNDERLINE);
     return font;
 }
 
@@ -208,9 +208,9 @@ void CLabel::Draw(SPaintContext& c) const {
 void CGrid::Draw(SPaintContext& c) const {
     if (!m_visible || !m_view) return;
     const auto& g = c.settings.grid;
-    const SPenSpec& spec = m_major ? g.major : g.minor;
-    QPen pen(ToQColor(spec.color.Of(c.print)), std::max(1, spec.width));
-    pen.setStyle(ToPenStyle(spec.style));
+    const SPenInfo& scale = m_major ? g.major : g.minor;
+    QPen pen(ToQColor(scale.color.Of(c.print)), std::max(1, scale.width));
+    pen.setStyle(ToPenStyle(scale.style));
     pen.setCosmetic(true);
     QPainter& p = c.painter;
     p.setPen(pen);

@@ -15,7 +15,7 @@
 class QPainter;
 
 QColor ToQColor(uint32_t colorref);
-QFont ToQFont(const SFontSpec& font, bool print);
+QFont ToQFont(const SFontInfo& font, bool print);
 Qt::PenStyle ToPenStyle(int lineStyle);
 
 // Where the plot's values land on the widget: the views of X and Y, the plot
@@ -93,7 +93,7 @@ public:
 class CText : public CGraphObject {
 public:
     std::vector<Text> m_lines;
-    SFontSpec m_font;
+    SFontInfo m_font;
     SColorPair m_color;
     int m_rotation = 0; // 0, or 270 for text that runs up
     void Draw(SPaintContext&) const override;

@@ -28,19 +28,19 @@ struct SColorPair {
 };
 
 enum EFontStyle : int { FONT_BOLD = 1, FONT_ITALIC = 2, FONT_UNDERLINE = 4 };
-struct SFontSpec {
+struct SFontInfo {
     Text name = L"Arial Unicode MS";
     int tenths = 100; // the size in tenths of a point
     int style = 0;
-    bool operator==(const SFontSpec&) const = default;
+    bool operator==(const SFontInfo&) const = default;
 };
 
 enum ELineStyle : int { LINE_SOLID = 0, LINE_DASH = 1, LINE_DOT = 2 };
-struct SPenSpec {
+struct SPenInfo {
     int style = LINE_SOLID;
     int width = 1;
     SColorPair color;
-    bool operator==(const SPenSpec&) const = default;
+    bool operator==(const SPenInfo&) const = default;
 };
 
 // The base of all settings records: the change mask.
@@ -89,7 +89,7 @@ constexpr uint64_t SET_ALL_GROUPS = (SET_OVERVIEW << 1) - 1;
 
 // One axis of a graph as SET XScale / YScale / ZScale give it. Until a macro
 // sets the range, the range follows the data.
-struct SScaleSpec {
+struct SScaleSettings {
     bool rangeSet = false;
     double low = 0, high = 1;
     bool viewSet = false;
@@ -107,7 +107,7 @@ struct SScaleSpec {
     bool on = true;
     int mode = 0;
     double number1 = 0, number2 = 0;
-    bool operator==(const SScaleSpec&) const = default;
+    bool operator==(const SScaleSettings&) const = default;
 };
 
 struct SSPGraphSettings : SSPSettings {
@@ -120,20 +120,20 @@ struct SSPGraphSettings : SSPSettings {
     } cursorWidth;
     struct STitle {
         bool visible = true;
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kWhite, kBlack};
         std::vector<Text> lines;
     } title;
     struct SLegend {
         bool visible = false;
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kWhite, kBlack};
     } legend;
     struct SAxisTitle {
         int xMode = SIDE_ABOVE | SIDE_BELOW;
         int yMode = SIDE_LEFT | SIDE_RIGHT;
         bool visible = false;
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kWhite, kBlack};
         double offsetX = 0, offsetY = 0;
     } axisTitle;
@@ -143,7 +143,7 @@ struct SSPGraphSettings : SSPSettings {
         bool xScaleOn = true, yScaleOn = true;
         bool xVisible = false;
         bool yVisible = true;
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kWhite, kBlack};
     } labels;
     struct SFrame {
@@ -154,28 +154,28 @@ struct SSPGraphSettings : SSPSettings {
         int minorX = 7, minorY = 3;
     } frame;
     struct SGrid {
-        SPenSpec major{LINE_DOT, 1, {RGB_(128, 128, 128), kBlack}};
+        SPenInfo major{LINE_DOT, 1, {RGB_(128, 128, 128), kBlack}};
         int mode = GRID_X | GRID_Y;
-        SPenSpec minor{LINE_SOLID, 1, {kWhite, kBlack}};
+        SPenInfo minor{LINE_SOLID, 1, {kWhite, kBlack}};
     } grid;
     struct SMarkers {
         bool bar = false;
         bool caption = true;
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kHlRed, kBlack};
     } markers;
     struct SSegments {
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kHlRed, kBlack};
     } segments;
     struct SCursors {
-        SFontSpec font;
+        SFontInfo font;
         SColorPair color{kHlRed, kBlack};
         SColorPair color2{kWhite, kBlack};
         SColorPair color3{kHlRed, kBlack};
     } cursors;
     // A graph's own groups.
-    SScaleSpec x, y, z;
+    SScaleSettings x, y, z;
     struct SOrientation {
         int angle = 0; // 0, 90, 180, 270
         int flags = 0; // bit 0 inverts X, bit 1 inverts Y

@@ -94,9 +94,9 @@ const std::vector<Text>& SFontSource::List() {
     return m_list;
 }
 
-bool ReadFont(TextView word, SFontSpec& font, SFontSource& source) {
+bool ReadFont(TextView word, SFontInfo& font, SFontSource& source) {
     if (IsSkip(word) || word.empty()) return false;
-    SFontSpec out = font;
+    SFontInfo out = font;
     const size_t c1 = word.find(L':');
     const TextView name = word.substr(0, c1);
     if (!name.empty() && name != L"*" && name != L"?") {

@@ -48,7 +48,7 @@ private:
     std::vector<Text> m_list;
     bool m_loaded = false;
 };
-bool ReadFont(TextView word, SFontSpec& font, SFontSource& fonts);
+bool ReadFont(TextView word, SFontInfo& font, SFontSource& fonts);
 bool ReadSwitch(TextView word, bool& on);
 // Label modes as bits: X 0, 1, 4, 5; Y 0, 2, 8, 10; Z 0, 16, 32, 48.
 bool ReadXMode(TextView word, int& mode);

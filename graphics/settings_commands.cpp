@@ -23,7 +23,7 @@ void TakeColor(SSettingsWords& w, size_t n, uint64_t bit, SColorPair& pair) {
     if (a && ReadColor(*a, pair.For(w.print))) w.settings.Mark(bit | SET_COLOR);
 }
 
-int TakeFont(SSettingsWords& w, size_t n, uint64_t bit, SFontSpec& font) {
+int TakeFont(SSettingsWords& w, size_t n, uint64_t bit, SFontInfo& font) {
     return Take(w, n, bit, [&](const Text& a) { return ReadFont(a, font, w.fonts); });
 }
 

@@ -104,11 +104,11 @@ TEST(DataSetCache, RecordsGoAsFloatsOrRoundedIntegersAndTheFileGoesWithItsOwner)
         EXPECT_EQ(file.RecordsRead(), 2);
     }
     EXPECT_NE(::access(path.c_str(), F_OK), 0) << "deleted with its owner";
-    CDSFSpec spec(3);
+    CDSFSpec scale(3);
     const double levels[] = {-12.4, 12.5, 99999.0};
-    spec.Write(levels, 1);
+    scale.Write(levels, 1);
     float back[3];
-    ASSERT_EQ(spec.ReadAt(0, 1, back), 1);
+    ASSERT_EQ(scale.ReadAt(0, 1, back), 1);
     EXPECT_EQ(back[0], -12.0f);
     EXPECT_EQ(back[1], 13.0f);
     EXPECT_EQ(back[2], 32767.0f) << "a 16-bit value holds no more";

@@ -66,7 +66,7 @@ TEST(GraphWords, ColoursAreWordsOrThreeNumbersAndAnythingElseLeavesTheValue) {
 
 TEST(GraphWords, FontsKeepWhatIsNotGiven) {
     SFontSource none;
-    SFontSpec f;
+    SFontInfo f;
     EXPECT_TRUE(ReadFont(L"Courier:12.5:BI", f, none));
     EXPECT_EQ(f.name, L"Courier");
     EXPECT_EQ(f.tenths, 125);
@@ -78,7 +78,7 @@ TEST(GraphWords, FontsKeepWhatIsNotGiven) {
     EXPECT_TRUE(ReadFont(L"?::U", f, none));
     EXPECT_EQ(f.tenths, 90);
     EXPECT_EQ(f.style, FONT_UNDERLINE);
-    SFontSpec kept = f;
+    SFontInfo kept = f;
     EXPECT_FALSE(ReadFont(L"Arial:huge", f, none));
     EXPECT_EQ(f, kept);
 }
