@@ -3,6 +3,9 @@
 // first channel, exactly as a graph reads a wave item.
 #pragma once
 
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <memory>
 #include <string>
@@ -11,14 +14,19 @@
 #include "signal/sound_file.h"
 #include "signal/stream_wave.h"
 
+// The file is unlinked at once and read through the descriptor that stays open:
+// nothing is left behind, however the test program ends.
 inline std::string SpeechFile() {
     static const std::string path = [] {
-        const std::string p = "/tmp/kvo_graphics_speech_" + std::to_string(::getpid()) + ".wav";
+        const std::string made = "/tmp/kvo_graphics_speech_" + std::to_string(::getpid()) + ".wav";
         const std::string cmd =
-            "espeak-ng -w " + p +
+            "espeak-ng -w " + made +
             " 'Displays show sound: a waveform, a parameter track and a scatter of points.' "
             ">/dev/null 2>&1";
-        return std::system(cmd.c_str()) == 0 ? p : std::string();
+        if (std::system(cmd.c_str()) != 0) return std::string();
+        const int fd = ::open(made.c_str(), O_RDONLY);
+        ::unlink(made.c_str());
+        return fd < 0 ? std::string() : "/proc/self/fd/" + std::to_string(fd);
     }();
     return path;
 }
