@@ -19,6 +19,7 @@
 
 #include "app/console_line.h"
 #include "app/startup.h"
+#include "graphics/graphics_layer.h"
 #include "items/table_data.h"
 #include "shell/message_codes.h"
 #include "shell/shell.h"
@@ -418,6 +419,7 @@ int RunWindowed(int& argc, char** argv, const Text& commandLine) {
     app.setQuitOnLastWindowClosed(false);
     RegisterCore();
     InstallSystemClipboard();
+    RegisterGraphicsLayer();
     int exitCode = 0;
     {
         CMainDialog dialog;
@@ -435,6 +437,7 @@ int RunWindowed(int& argc, char** argv, const Text& commandLine) {
         }
         // Shells still ending must not wait for a GUI thread that no longer serves them.
         SetClipboardHooks(nullptr, nullptr);
+        CloseGraphicsLayer();
     } // the dialog takes the environment with it, while the application still exists
     return exitCode;
 }

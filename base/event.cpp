@@ -3,10 +3,11 @@
 #include <chrono>
 
 void CEvent::Set() {
-    {
-        std::lock_guard lock(m_mutex);
-        m_set = true;
-    }
+    // Notified under the lock: a waiter that owns the event (a request block on its
+    // stack) may destroy it as soon as it returns, and it cannot return before the
+    // lock is free again.
+    std::lock_guard lock(m_mutex);
+    m_set = true;
     m_changed.notify_all();
 }
 

@@ -30,10 +30,10 @@ static constexpr const wchar_t* kDdeFormats[] = {L"TEXT", L"XLTABLE", L"CSV", L"
 static constexpr const wchar_t* kDisplay[] = {
     L"Height",   L"Width",    L"Axis",     L"Frame",       L"Markers",    L"Bgcolors",   L"Legend",
     L"Title",    L"Print",    L"Graph",    L"AddToolBar",  L"SetToolBar", L"DelToolBar", L"DeleteToolBar",
-    L"AddPopup", L"SetPopup", L"DelPopup", L"DeletePopup", nullptr};
+    L"AddPopup", L"SetPopup", L"DelPopup", L"DeletePopup", L"FullScreen", L"OnTop", nullptr};
 static constexpr const wchar_t* kGraphType[] = {
     L"XYPlot",        L"Function",  L"Spectrogram", L"ColorSpectrogram", L"Waterfall",
-    L"3DSpectrogram", L"Parameter", L"Waveform",    L"Signal",           nullptr};
+    L"3DSpectrogram", L"Parameter", L"Waveform",    L"Signal",           L"Scatter", nullptr};
 static constexpr const wchar_t* kGraph[] = {L"X",
                                             L"Y",
                                             L"Axis",
